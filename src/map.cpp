@@ -1,0 +1,464 @@
+// The map core: what an entry looks like, when a key is refused, and what becomes of an old value.
+#include "map_internal.h"
+#include "table/listing.hpp"
+#include "table/table.hpp"
+
+#include <cstddef>
+
+namespace textmaps
+{
+
+template <>
+struct node_type<map_t> {
+    using type = map_entry_t;
+};
+
+namespace
+{
+
+constexpr bool narrow = sizeof(void *) == 4;
+static_assert(sizeof(map_bucket_t) == (narrow ? 8 : 16));
+static_assert(sizeof(map_t) == (narrow ? 24 : 32));
+static_assert(offsetof(map_t, hashsize) == 12 && offsetof(map_t, hashfunc) == 16);
+static_assert(offsetof(map_t, buckets) == (narrow ? 20 : 24));
+static_assert(sizeof(map_entry_t) == (narrow ? 20 : 40));
+static_assert(offsetof(map_entry_t, value) == (narrow ? 8 : 16));
+static_assert(offsetof(map_entry_t, valuesz) == (narrow ? 12 : 24));
+static_assert(offsetof(map_entry_t, key) == (narrow ? 16 : 32));
+static_assert(sizeof(map_iter_t) == (narrow ? 12 : 24));
+static_assert(sizeof(map_sort_item_t) == (narrow ? 8 : 16));
+
+// Header, value and key in one block, linked nowhere; null when there is no memory.
+map_entry_t *make_entry(const char *key, const void *value, uint32_t length)
+{
+    const std::size_t keysz = std::strlen(key) + 1;
+    auto *entry = static_cast<map_entry_t *>(allocate_node(sizeof(map_entry_t), length, keysz));
+    if (entry != nullptr) {
+        auto *bytes = reinterpret_cast<char *>(entry + 1);
+        entry->value = std::memcpy(bytes, value, length);
+        entry->valuesz = length;
+        entry->key = static_cast<char *>(std::memcpy(bytes + length, key, keysz));
+    }
+    return entry;
+}
+
+enum class if_present { refuse, skip, replace };
+
+int put(map_t *map, const char *key, const void *value, uint32_t length, if_present present)
+{
+    if (!has_buckets(map) || key == nullptr || value == nullptr) {
+        return EINVAL;
+    }
+    map_bucket_t &bucket = *hashlist(*map, key);
+    map_entry_t *old = find_in(*map, bucket, key);
+    if (old != nullptr && present != if_present::replace) {
+        return present == if_present::skip ? 0 : refused;
+    }
+    if (old == nullptr && at_key_limit(*map)) {
+        return refused;
+    }
+    map_entry_t *entry = make_entry(key, value, length);
+    if (entry == nullptr) {
+        return ENOMEM;
+    }
+    chain_append(bucket, *entry);
+    ++map->numkeys;
+    // The caller's key and value may lie in the old entry: it goes only now.
+    if (old != nullptr) {
+        chain_remove(bucket, *old);
+        --map->numkeys;
+        std::free(old);
+    }
+    return 0;
+}
+
+bool same_value(const map_entry_t &a, const map_entry_t &b)
+{
+    return a.valuesz == b.valuesz && std::memcmp(a.value, b.value, a.valuesz) == 0;
+}
+
+bool holds_equal(const map_t &map, const map_entry_t &entry)
+{
+    const map_entry_t *found = map_get_entry(&map, entry.key);
+    return found != nullptr && same_value(*found, entry);
+}
+
+// Makes dst hold those entries of src that are wanted, or none if an insert fails.
+template <class Wanted>
+int refill(map_t *dst, const map_t &src, Wanted wanted)
+{
+    int result = map_clear(dst);
+    if (result != 0) {
+        return result;
+    }
+    for (const map_entry_t &entry : nodes(src)) {
+        if (wanted(entry)) {
+            result = map_insert(dst, entry.key, entry.value, entry.valuesz);
+            if (result != 0) {
+                map_clear(dst);
+                return result;
+            }
+        }
+    }
+    return 0;
+}
+
+void print_header(const map_t *map, print_fn print, void *context)
+{
+    print(context, "map %p hashsize=%d numkeys=%d\n", static_cast<const void *>(map),
+          static_cast<int>(map->hashsize), map->numkeys);
+}
+
+constexpr char empty_notice[] = "map is empty\n";
+constexpr char dump_line[] = " %s=%.*s\n";
+
+void print_entry(const map_entry_t &entry, const char *line, print_fn print, void *context)
+{
+    print(context, line, entry.key, precision(entry.valuesz), entry.value);
+}
+
+// The dump, in the order in which visit_all(map, visit) visits the entries.
+template <class VisitAll>
+void dump(const map_t *map, print_fn print, void *context, VisitAll visit_all)
+{
+    if (map_isempty(map)) {
+        print(context, empty_notice);
+        return;
+    }
+    print_header(map, print, context);
+    visit_all(*map,
+              [=](const map_entry_t &entry) { print_entry(entry, dump_line, print, context); });
+}
+
+constexpr auto in_sorted_order = [](const map_t &map, auto visit) {
+    visit_sorted(map, visit);
+};
+
+constexpr auto in_iteration_order = [](const map_t &map, auto visit) {
+    for (const map_entry_t &entry : nodes(map)) {
+        visit(entry);
+    }
+};
+
+bool started(const map_iter_t *iter)
+{
+    return iter != nullptr && iter->map != nullptr && iter->entry != nullptr;
+}
+
+} // namespace
+} // namespace textmaps
+
+using namespace textmaps;
+
+map_bucket_t *_map_hashlist(const map_t *map, const char *key)
+{
+    return hashlist(*map, key);
+}
+
+int _map_keycmp(const map_t *map, const char *key, const char *stored_key)
+{
+    return keycmp(*map, key, stored_key);
+}
+
+map_entry_t *_map_entry(const map_t *map, const char *key)
+{
+    return find(*map, key);
+}
+
+int map_init(map_t *map)
+{
+    return map == nullptr ? EINVAL : init(*map, default_hashsize);
+}
+
+int map_destroy(map_t *map)
+{
+    if (map == nullptr) {
+        return EINVAL;
+    }
+    if (map->buckets != nullptr) {
+        map_clear(map);
+        release_buckets(*map);
+    }
+    return 0;
+}
+
+int map_clear(map_t *map)
+{
+    return clear(map, [](map_entry_t *entry) { std::free(entry); });
+}
+
+int map_insert(map_t *map, const char *key, const void *value, uint32_t length)
+{
+    return put(map, key, value, length, if_present::refuse);
+}
+
+int map_replace(map_t *map, const char *key, const void *value, uint32_t length)
+{
+    return put(map, key, value, length, if_present::replace);
+}
+
+int map_erase(map_t *map, const char *key)
+{
+    if (!has_buckets(map) || key == nullptr) {
+        return EINVAL;
+    }
+    map_bucket_t &bucket = *hashlist(*map, key);
+    map_entry_t *entry = find_in(*map, bucket, key);
+    if (entry == nullptr) {
+        return ENOENT;
+    }
+    chain_remove(bucket, *entry);
+    --map->numkeys;
+    std::free(entry);
+    return 0;
+}
+
+int map_index(const map_t *map, const char *key, const void **value, uint32_t *length)
+{
+    if (!has_buckets(map) || key == nullptr) {
+        return EINVAL;
+    }
+    const map_entry_t *entry = find(*map, key);
+    if (value != nullptr) {
+        *value = entry != nullptr ? entry->value : nullptr;
+    }
+    if (length != nullptr) {
+        *length = entry != nullptr ? entry->valuesz : 0;
+    }
+    return entry != nullptr ? 0 : ENOENT;
+}
+
+int map_haskey(const map_t *map, const char *key)
+{
+    return haskey(map, key);
+}
+
+const map_entry_t *map_get_entry(const map_t *map, const char *key)
+{
+    return has_buckets(map) && key != nullptr ? find(*map, key) : nullptr;
+}
+
+const char *map_first(const map_t *map, map_iter_t *iter)
+{
+    if (!has_buckets(map) || iter == nullptr || map->numkeys <= 0) {
+        return nullptr;
+    }
+    iter->map = map;
+    iter->bucket = 0;
+    iter->entry = first_from(*map, iter->bucket);
+    return map_key(iter);
+}
+
+const char *map_next(map_iter_t *iter)
+{
+    if (!started(iter)) {
+        return nullptr;
+    }
+    const map_entry_t *entry = next_after(*iter->map, *iter->entry, iter->bucket);
+    if (entry == nullptr) {
+        return nullptr;
+    }
+    iter->entry = entry;
+    return entry->key;
+}
+
+const char *map_key(const map_iter_t *iter)
+{
+    return started(iter) ? iter->entry->key : nullptr;
+}
+
+const void *map_value(const map_iter_t *iter)
+{
+    return started(iter) ? iter->entry->value : nullptr;
+}
+
+uint32_t map_valuesz(const map_iter_t *iter)
+{
+    return started(iter) ? iter->entry->valuesz : 0;
+}
+
+int map_isempty(const map_t *map)
+{
+    return map == nullptr || map->numkeys == 0;
+}
+
+int map_key_count(const map_t *map, int32_t *count)
+{
+    if (map == nullptr || count == nullptr) {
+        return EINVAL;
+    }
+    *count = map->numkeys;
+    return 0;
+}
+
+const char *map_key_name(const map_t *map, int32_t index)
+{
+    return key_name(map, index);
+}
+
+int _map_sort(const map_t *map, map_sort_item_t **items, int32_t *count)
+{
+    if (items == nullptr || count == nullptr) {
+        return EINVAL;
+    }
+    auto *keys = sorted<map_sort_item_t>(*map, [](const map_entry_t &entry, int32_t index) {
+        return map_sort_item_t{entry.key, index};
+    });
+    if (keys == nullptr) {
+        return ENOMEM;
+    }
+    *items = keys;
+    *count = map->numkeys;
+    return 0;
+}
+
+void map_print(const map_t *map, map_print_fn fn, void *context)
+{
+    if (fn == nullptr) {
+        return;
+    }
+    if (map_isempty(map)) {
+        fn(context, "%smap is empty\n", context);
+        return;
+    }
+    visit_sorted(*map,
+                 [=](const map_entry_t &entry) { print_entry(entry, "%s=%.*s\n", fn, context); });
+}
+
+int map_print_sorted(const map_t *map, map_print_sorted_fn fn, FILE *stream)
+{
+    if (fn == nullptr || stream == nullptr) {
+        return EINVAL;
+    }
+    if (map_isempty(map)) {
+        print_to_stream(stream, empty_notice);
+        return EINVAL;
+    }
+    map_sort_item_t *items;
+    int32_t count;
+    if (_map_sort(map, &items, &count) != 0) {
+        return EINVAL;
+    }
+    print_header(map, print_to_stream, stream);
+    const int result = fn(map, stream, items, count);
+    std::free(items);
+    return result;
+}
+
+void map_dump(const map_t *map, FILE *stream)
+{
+    if (stream != nullptr) {
+        dump(map, print_to_stream, stream, in_sorted_order);
+    }
+}
+
+void map_raw_dump(const map_t *map, FILE *stream)
+{
+    if (stream != nullptr) {
+        dump(map, print_to_stream, stream, in_iteration_order);
+    }
+}
+
+uint32_t map_sndump(const map_t *map, char *buffer, uint32_t size)
+{
+    if (buffer == nullptr || size == 0) {
+        return 0;
+    }
+    text_buffer text{buffer, size};
+    dump(map, print_to_buffer, &text, in_sorted_order);
+    return static_cast<uint32_t>(text.end - buffer);
+}
+
+int map_sethashsize(map_t *map, uint32_t size)
+{
+    return sethashsize(map, size);
+}
+
+int map_sethashfunc(map_t *map, map_hash_fn fn)
+{
+    return sethashfunc(map, fn);
+}
+
+int map_setcasekeys(map_t *map, uint32_t flag)
+{
+    return setcasekeys(map, flag, [](map_entry_t &, map_entry_t *entry) { std::free(entry); });
+}
+
+int map_setmaxkeys(map_t *map, int32_t limit)
+{
+    return map == nullptr ? EINVAL : set_limit(map->maxkeys, limit, map->numkeys);
+}
+
+int map_cmp(const map_t *map, const char *key, const void *value, uint32_t length)
+{
+    if (map == nullptr && key == nullptr && value == nullptr) {
+        return 0;
+    }
+    const map_entry_t *entry = map_get_entry(map, key);
+    if (entry == nullptr || value == nullptr) {
+        return -1;
+    }
+    const int order = std::memcmp(entry->value, value, std::min(entry->valuesz, length));
+    if (order != 0 || entry->valuesz == length) {
+        return order;
+    }
+    return entry->valuesz > length ? 1 : -1;
+}
+
+int map_isequal(const map_t *a, const map_t *b)
+{
+    if (a == nullptr || b == nullptr) {
+        return a == b;
+    }
+    if (a->numkeys != b->numkeys) {
+        return 0;
+    }
+    for (const map_entry_t &entry : nodes(*a)) {
+        if (!holds_equal(*b, entry)) {
+            return 0;
+        }
+    }
+    return 1;
+}
+
+int map_intersection(const map_t *a, const map_t *b, map_t *dst)
+{
+    if (a == nullptr || b == nullptr || dst == nullptr || dst == a || dst == b) {
+        return EINVAL;
+    }
+    return refill(dst, *a, [b](const map_entry_t &entry) { return holds_equal(*b, entry); });
+}
+
+int map_merge(const map_t *src, map_t *dst)
+{
+    if (src == nullptr || dst == nullptr) {
+        return EINVAL;
+    }
+    for (const map_entry_t &entry : nodes(*src)) {
+        const int result = put(dst, entry.key, entry.value, entry.valuesz, if_present::skip);
+        if (result != 0) {
+            return result;
+        }
+    }
+    return 0;
+}
+
+int map_copy_dst_hashsize(const map_t *src, map_t *dst)
+{
+    if (src == nullptr || dst == nullptr || dst == src) {
+        return EINVAL;
+    }
+    return refill(dst, *src, [](const map_entry_t &) { return true; });
+}
+
+int map_copy(const map_t *src, map_t *dst)
+{
+    if (src == nullptr || dst == nullptr || dst == src) {
+        return EINVAL;
+    }
+    int result = map_clear(dst);
+    if (result == 0) {
+        result = map_sethashsize(dst, src->hashsize);
+    }
+    return result != 0 ? result : map_copy_dst_hashsize(src, dst);
+}

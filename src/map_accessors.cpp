@@ -1,0 +1,333 @@
+// The map's typed layer and the map arrays. Every typed function renders or parses by its row and
+// calls one operation of the core.
+#include "typed/rows.hpp"
+
+#include <textmaps/map.h>
+
+#include <algorithm>
+#include <strings.h>
+
+using namespace textmaps;
+
+namespace
+{
+
+template <class Row>
+int cmp(const map_t *map, const char *key, typename Row::argument value)
+{
+    return Row::with_text(
+        value, [=](const char *text, uint32_t size) { return map_cmp(map, key, text, size); });
+}
+
+template <class Row>
+int cmp_checked(const map_t *map, const char *key, typename Row::argument value)
+{
+    return map == nullptr || key == nullptr ? EINVAL : cmp<Row>(map, key, value);
+}
+
+template <class Row>
+int cmp_address(const map_t *map, const char *key, typename Row::argument value)
+{
+    return Row::with_any_text(
+        value, [=](const char *text, uint32_t size) { return map_cmp(map, key, text, size); });
+}
+
+using store_fn = int (*)(map_t *map, const char *key, const void *value, uint32_t length);
+
+template <class Row>
+int store(store_fn operation, map_t *map, const char *key, typename Row::argument value)
+{
+    if (map == nullptr || key == nullptr || Row::missing(value)) {
+        return EINVAL;
+    }
+    return Row::with_text(
+        value, [=](const char *text, uint32_t size) { return operation(map, key, text, size); });
+}
+
+int store_formatted(store_fn operation, map_t *map, const char *key, const char *format,
+                    va_list arguments)
+{
+    if (map == nullptr || key == nullptr || format == nullptr) {
+        return EINVAL;
+    }
+    return with_formatted(format, arguments, [=](const char *text, uint32_t size) {
+        return operation(map, key, text, size);
+    });
+}
+
+template <class Row>
+int get(const map_t *map, const char *key, typename Row::output *out)
+{
+    if (out == nullptr) {
+        return EINVAL;
+    }
+    const void *value;
+    uint32_t length;
+    const int result = map_index(map, key, &value, &length);
+    return result != 0 ? result : Row::parse(value, length, out);
+}
+
+} // namespace
+
+// The functions of one row; `compare` is the one of the three above that its comparison follows.
+#define MAP_ROW(type, compare)                                                                     \
+    int map_cmp_##type(const map_t *map, const char *key, row_##type::argument value)              \
+    {                                                                                              \
+        return compare<row_##type>(map, key, value);                                               \
+    }                                                                                              \
+    int map_replace_##type(map_t *map, const char *key, row_##type::argument value)                \
+    {                                                                                              \
+        return store<row_##type>(map_replace, map, key, value);                                    \
+    }                                                                                              \
+    int map_insert_##type(map_t *map, const char *key, row_##type::argument value)                 \
+    {                                                                                              \
+        return store<row_##type>(map_insert, map, key, value);                                     \
+    }                                                                                              \
+    int map_get_##type(const map_t *map, const char *key, row_##type::output *out)                 \
+    {                                                                                              \
+        return get<row_##type>(map, key, out);                                                     \
+    }
+
+MAP_ROW(uint64, cmp)
+MAP_ROW(int64, cmp)
+MAP_ROW(uint32, cmp)
+MAP_ROW(int32, cmp)
+MAP_ROW(uint16, cmp)
+MAP_ROW(int16, cmp)
+MAP_ROW(uint8, cmp)
+MAP_ROW(int8, cmp)
+MAP_ROW(bool, cmp_checked)
+MAP_ROW(uint, cmp_checked)
+MAP_ROW(int, cmp_checked)
+MAP_ROW(uchar, cmp_checked)
+MAP_ROW(char, cmp_checked)
+MAP_ROW(macaddr, cmp_address)
+MAP_ROW(ipaddr, cmp_address)
+MAP_ROW(cidr, cmp_address)
+
+int map_cmp_time(const map_t *map, const char *key, int32_t value)
+{
+    return map_cmp_int32(map, key, value);
+}
+
+int map_replace_time(map_t *map, const char *key, int32_t value)
+{
+    return map_replace_int32(map, key, value);
+}
+
+int map_insert_time(map_t *map, const char *key, int32_t value)
+{
+    return map_insert_int32(map, key, value);
+}
+
+int map_get_time(const map_t *map, const char *key, int32_t *out)
+{
+    int32_t seconds = 0;
+    const int result = map_get_int32(map, key, &seconds);
+    if (out != nullptr) {
+        *out = seconds;
+    }
+    return result;
+}
+
+int map_cmp_str(const map_t *map, const char *key, const char *value)
+{
+    return value == nullptr ? map_cmp(map, key, nullptr, 0) : cmp<row_str>(map, key, value);
+}
+
+int map_replace_str(map_t *map, const char *key, const char *value)
+{
+    return store<row_str>(map_replace, map, key, value);
+}
+
+int map_insert_str(map_t *map, const char *key, const char *value)
+{
+    return store<row_str>(map_insert, map, key, value);
+}
+
+int map_replace_fmt(map_t *map, const char *key, const char *format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    const int result = store_formatted(map_replace, map, key, format, arguments);
+    va_end(arguments);
+    return result;
+}
+
+int map_insert_fmt(map_t *map, const char *key, const char *format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    const int result = store_formatted(map_insert, map, key, format, arguments);
+    va_end(arguments);
+    return result;
+}
+
+int map_copy_str(const map_t *map, const char *key, char *buffer, uint32_t size)
+{
+    if (buffer == nullptr) {
+        return EINVAL;
+    }
+    const void *value;
+    uint32_t length;
+    const int result = map_index(map, key, &value, &length);
+    if (result == 0) {
+        copy_text(buffer, size, value, length);
+    }
+    return result;
+}
+
+int map_dup_str(const map_t *map, const char *key, char **out)
+{
+    if (out == nullptr) {
+        return EINVAL;
+    }
+    const void *value;
+    uint32_t length;
+    const int result = map_index(map, key, &value, &length);
+    return result != 0 ? result : duplicate(value, length, out);
+}
+
+int map_casecmp_str(const map_t *map, const char *key, const char *text)
+{
+    if (map == nullptr && key == nullptr && text == nullptr) {
+        return 0;
+    }
+    const void *value;
+    uint32_t length;
+    if (text == nullptr || map_index(map, key, &value, &length) != 0) {
+        return -1;
+    }
+    return strncasecmp(text, static_cast<const char *>(value), length);
+}
+
+namespace
+{
+
+// The keys of one map array, one at a time. The name is copied, since it may lie in an entry that
+// the call erases.
+class array_key
+{
+  public:
+    explicit array_key(const char *name) : length_(strnlen(name, room - 1))
+    {
+        std::memcpy(text_, name, length_);
+    }
+
+    const char *count()
+    {
+        std::snprintf(text_ + length_, room - length_, ":max");
+        return text_;
+    }
+
+    const char *element(int index)
+    {
+        std::snprintf(text_ + length_, room - length_, ":%d", index);
+        return text_;
+    }
+
+    // Where an append notes the count to come. It is not cut, so that no cut key equals it.
+    const char *count_to_come()
+    {
+        std::memcpy(text_ + length_, count_to_come_suffix, sizeof count_to_come_suffix);
+        return text_;
+    }
+
+  private:
+    static constexpr std::size_t room = 128;
+    static constexpr char count_to_come_suffix[] = ":max+1";
+
+    char text_[room + sizeof count_to_come_suffix];
+    std::size_t length_;
+};
+
+bool cannot_hold(const char *buffer, uint32_t size)
+{
+    return buffer == nullptr && size != 0;
+}
+
+} // namespace
+
+int map_array_init(map_t *map, const char *name)
+{
+    return name == nullptr ? EINVAL : map_insert_int(map, array_key(name).count(), 0);
+}
+
+int map_array_get_max(const map_t *map, const char *name, int *count)
+{
+    return name == nullptr ? EINVAL : map_get_int(map, array_key(name).count(), count);
+}
+
+int map_array_get_key(const map_t *map, const char *name, int index, char *buffer, uint32_t size,
+                      int count)
+{
+    if (index < 0 || name == nullptr || cannot_hold(buffer, size)) {
+        return EINVAL;
+    }
+    if (count < 0) {
+        const int result = map_array_get_max(map, name, &count);
+        if (result != 0) {
+            return result;
+        }
+    }
+    if (index >= count) {
+        return EINVAL;
+    }
+    std::snprintf(buffer, size, "%s:%d", name, index);
+    return 0;
+}
+
+int map_array_append(map_t *map, const char *name, char *buffer, uint32_t size)
+{
+    if (cannot_hold(buffer, size)) {
+        return EINVAL;
+    }
+    int count = 0;
+    const int read = map_array_get_max(map, name, &count);
+    if (read != 0) {
+        return read;
+    }
+    array_key key(name);
+    const auto write_beginning = [&] {
+        copy_text(buffer, std::min<uint32_t>(size, 4), key.count(), 3);
+    };
+    write_beginning();
+    const int to_come = static_cast<int>(static_cast<unsigned int>(count) + 1);
+    // Formed before the store, which may free an entry that the name lies in.
+    const int formed = map_array_get_key(map, name, count, buffer, size, to_come);
+    const int stored = map_replace_int(map, key.count_to_come(), to_come);
+    if (stored != 0) {
+        write_beginning();
+        return stored;
+    }
+    return formed;
+}
+
+int map_array_pop(map_t *map, const char *name)
+{
+    int count = 0;
+    const int read = map_array_get_max(map, name, &count);
+    if (read != 0) {
+        return read;
+    }
+    if (count < 1) {
+        return EINVAL;
+    }
+    array_key key(name);
+    map_erase(map, key.element(count - 1));
+    return map_replace_int(map, key.count(), count - 1);
+}
+
+int map_array_clear(map_t *map, const char *name)
+{
+    int count = 0;
+    const int read = map_array_get_max(map, name, &count);
+    if (read != 0) {
+        return read;
+    }
+    array_key key(name);
+    for (int index = 0; index < count; ++index) {
+        map_erase(map, key.element(index));
+    }
+    return 0;
+}

@@ -1,0 +1,38 @@
+// The built-in hash and the key comparison.
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+#include <strings.h>
+
+namespace textmaps
+{
+
+// The byte as the POSIX locale's upper-case table has it, sign-extended: 'a' to 'z' fold, and a byte
+// from 0x80 on counts as itself minus 256, whether plain char is signed or not.
+constexpr std::uint32_t fold(char c)
+{
+    const int byte = static_cast<signed char>(c);
+    const int upper = byte >= 'a' && byte <= 'z' ? byte - 'a' + 'A' : byte;
+    return static_cast<std::uint32_t>(upper);
+}
+
+// h = h * 31 + folded byte, modulo 2^32. It folds case always, so that the spellings of a key share
+// a bucket whatever `casekeys` says.
+constexpr std::uint32_t builtin_hash(const char *key)
+{
+    std::uint32_t hash = 0;
+    for (; *key != '\0'; ++key) {
+        hash = hash * 31 + fold(*key);
+    }
+    return hash;
+}
+
+// 0 when the keys are equal under the table's comparison.
+template <class Table>
+int keycmp(const Table &table, const char *key, const char *stored)
+{
+    return table.casekeys != 0 ? strcasecmp(key, stored) : std::strcmp(key, stored);
+}
+
+} // namespace textmaps

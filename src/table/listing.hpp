@@ -1,0 +1,103 @@
+// Listings: the keys in sorted order, and the sinks that a rendering is written to.
+#pragma once
+
+#include "table.hpp"
+
+#include <algorithm>
+#include <climits>
+#include <cstdarg>
+#include <cstdio>
+
+namespace textmaps
+{
+
+// Byte order of the keys, whatever `casekeys` says. No two keys of a table compare equal by it.
+template <class Item>
+int _sort_compare(const Item &a, const Item &b)
+{
+    return std::strcmp(a.key, b.key);
+}
+
+// An array of numkeys items, made by make(node, ordinal) from the nodes and sorted by key: one walk
+// and one allocation, which is the caller's to free; null when there is no memory. std::sort rather
+// than qsort, which may allocate scratch of its own.
+template <class Item, class Table, class Make>
+Item *sorted(const Table &table, Make make)
+{
+    const auto count = static_cast<std::size_t>(table.numkeys);
+    auto *items = static_cast<Item *>(allocate_array(count, sizeof(Item)));
+    if (items != nullptr) {
+        std::int32_t ordinal = 0;
+        for (const auto &node : nodes(table)) {
+            items[ordinal] = make(node, ordinal);
+            ++ordinal;
+        }
+        std::sort(items, items + count,
+                  [](const Item &a, const Item &b) { return _sort_compare(a, b) < 0; });
+    }
+    return items;
+}
+
+// Calls visit(node) for every node in sorted order, or in iteration order where there is no memory
+// to sort in.
+template <class Table, class Visit>
+void visit_sorted(const Table &table, Visit visit)
+{
+    struct listed {
+        const char *key;
+        const node_of<Table> *node;
+    };
+    listed *items = sorted<listed>(table, [](const node_of<Table> &node, std::int32_t) {
+        return listed{node.key, &node};
+    });
+    if (items == nullptr) {
+        for (const auto &node : nodes(table)) {
+            visit(node);
+        }
+        return;
+    }
+    std::for_each(items, items + table.numkeys, [&](const listed &item) { visit(*item.node); });
+    std::free(items);
+}
+
+// A sink is a printf-like function and its context: a caller's own, or one of the two below.
+using print_fn = int (*)(void *context, const char *format, ...);
+
+// Context: a FILE.
+inline int print_to_stream(void *stream, const char *format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    const int result = std::vfprintf(static_cast<FILE *>(stream), format, arguments);
+    va_end(arguments);
+    return result;
+}
+
+// The text so far, always terminated, and the room behind it, NUL included: at least 1.
+struct text_buffer {
+    char *end;
+    std::size_t room;
+};
+
+// Context: a text_buffer. What does not fit is cut.
+inline int print_to_buffer(void *buffer, const char *format, ...)
+{
+    auto &text = *static_cast<text_buffer *>(buffer);
+    va_list arguments;
+    va_start(arguments, format);
+    const int result = std::vsnprintf(text.end, text.room, format, arguments);
+    va_end(arguments);
+    const std::size_t added = std::strlen(text.end);
+    text.end += added;
+    text.room -= added;
+    return result;
+}
+
+// The precision that prints a value of `length` bytes with "%.*s": up to its first NUL, never past
+// its end. A negative precision would mean none.
+inline int precision(std::uint32_t length)
+{
+    return static_cast<int>(std::min<std::uint32_t>(length, INT_MAX));
+}
+
+} // namespace textmaps

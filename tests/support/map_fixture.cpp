@@ -1,0 +1,181 @@
+#include "map_fixture.hpp"
+
+#include "map_internal.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <ostream>
+#include <tuple>
+
+bool MapState::Entry::operator==(const Entry &other) const
+{
+    return address == other.address && key == other.key && value == other.value;
+}
+
+bool MapState::operator==(const MapState &other) const
+{
+    return std::tie(maxkeys, numkeys, casekeys, hashsize, hashfunc, buckets, chains) ==
+           std::tie(other.maxkeys, other.numkeys, other.casekeys, other.hashsize, other.hashfunc,
+                    other.buckets, other.chains);
+}
+
+std::ostream &operator<<(std::ostream &out, const MapState &state)
+{
+    out << "maxkeys=" << state.maxkeys << " numkeys=" << state.numkeys
+        << " casekeys=" << state.casekeys << " hashsize=" << state.hashsize;
+    for (std::size_t i = 0; i < state.chains.size(); ++i) {
+        for (const MapState::Entry &entry : state.chains[i]) {
+            out << "\n  [" << i << "] " << entry.address << ' ' << testing::PrintToString(entry.key)
+                << '=' << testing::PrintToString(entry.value);
+        }
+    }
+    return out;
+}
+
+MapState state_of(const map_t &map)
+{
+    MapState state{map.maxkeys,  map.numkeys, map.casekeys, map.hashsize,
+                   map.hashfunc, map.buckets, {}};
+    if (map.buckets == nullptr) {
+        EXPECT_EQ(map.hashsize, 0U);
+        EXPECT_EQ(map.numkeys, 0);
+        return state;
+    }
+    EXPECT_LE(map.casekeys, 1U);
+    int32_t counted = 0;
+    for (uint32_t i = 0; i < map.hashsize; ++i) {
+        const map_bucket_t &bucket = map.buckets[i];
+        std::vector<MapState::Entry> chain;
+        std::vector<const char *> keys;
+        const void *link = &bucket.first;
+        auto *entry = static_cast<const map_entry_t *>(bucket.first);
+        while (entry != nullptr && counted <= map.numkeys) {
+            ++counted;
+            EXPECT_EQ(static_cast<const void *>(entry->prev), link);
+            EXPECT_EQ(_map_hashlist(&map, entry->key), &bucket);
+            EXPECT_EQ(entry->value, static_cast<const void *>(entry + 1));
+            EXPECT_EQ(static_cast<const void *>(entry->key),
+                      static_cast<const char *>(entry->value) + entry->valuesz);
+            for (const char *key : keys) {
+                EXPECT_NE(_map_keycmp(&map, entry->key, key), 0);
+            }
+            keys.push_back(entry->key);
+            chain.push_back({entry, entry->key,
+                             std::string(static_cast<const char *>(entry->value), entry->valuesz)});
+            link = &entry->next;
+            entry = entry->next;
+        }
+        EXPECT_EQ(entry, nullptr) << "more entries than numkeys, or a loop";
+        EXPECT_EQ(bucket.last, link);
+        state.chains.push_back(std::move(chain));
+    }
+    EXPECT_EQ(counted, map.numkeys);
+    return state;
+}
+
+std::vector<std::pair<std::string, std::string>> content_of(const map_t &map)
+{
+    std::vector<std::pair<std::string, std::string>> content;
+    for (const auto &chain : state_of(map).chains) {
+        for (const MapState::Entry &entry : chain) {
+            content.emplace_back(entry.key, entry.value);
+        }
+    }
+    return content;
+}
+
+std::vector<std::string> keys_of(const map_t &map)
+{
+    std::vector<std::string> keys;
+    for (const auto &[key, value] : content_of(map)) {
+        keys.push_back(key);
+    }
+    return keys;
+}
+
+std::optional<std::string> value_of(const map_t &map, const char *key)
+{
+    const void *value;
+    uint32_t length;
+    if (map_index(&map, key, &value, &length) != 0) {
+        return std::nullopt;
+    }
+    return std::string(static_cast<const char *>(value), length);
+}
+
+int insert(map_t &map, const char *key, std::string_view value)
+{
+    return map_insert(&map, key, value.data(), static_cast<uint32_t>(value.size()));
+}
+
+int replace(map_t &map, const char *key, std::string_view value)
+{
+    return map_replace(&map, key, value.data(), static_cast<uint32_t>(value.size()));
+}
+
+std::string written(const std::function<void(FILE *)> &write)
+{
+    char *text = nullptr;
+    std::size_t size = 0;
+    FILE *stream = open_memstream(&text, &size);
+    write(stream);
+    std::fclose(stream);
+    std::string result(text, size);
+    std::free(text);
+    return result;
+}
+
+std::string header_of(const map_t &map)
+{
+    char header[128];
+    std::snprintf(header, sizeof header, "map %p hashsize=%d numkeys=%d\n",
+                  static_cast<const void *>(&map), static_cast<int>(map.hashsize), map.numkeys);
+    return header;
+}
+
+uint32_t hash_all_to_zero(const void *, const char *)
+{
+    return 0;
+}
+
+uint32_t hash_first_byte(const void *, const char *key)
+{
+    return static_cast<unsigned char>(key[0]);
+}
+
+uint32_t hash_length(const void *, const char *key)
+{
+    return static_cast<uint32_t>(std::strlen(key));
+}
+
+Map::Map()
+{
+    EXPECT_EQ(map_init(&map_), 0);
+}
+
+Map::~Map()
+{
+    state_of(map_);
+    EXPECT_EQ(map_destroy(&map_), 0);
+}
+
+MapTest::MapTest() : live_before_(allocations::live())
+{
+    EXPECT_EQ(map_init(&map), 0);
+}
+
+MapTest::~MapTest()
+{
+    state_of(map);
+    EXPECT_EQ(map_destroy(&map), 0);
+    EXPECT_EQ(allocations::live(), live_before_) << "leaked";
+}
+
+void MapTest::expect_unchanged(int result, const std::function<int()> &call)
+{
+    const MapState before = state_of(map);
+    const std::size_t live = allocations::live();
+    EXPECT_EQ(call(), result);
+    EXPECT_EQ(state_of(map), before);
+    EXPECT_EQ(allocations::live(), live);
+}

@@ -1,0 +1,103 @@
+// What the map's tests share: a map that is walked and destroyed at the end, its full state as a
+// value, and short forms of filling and reading.
+#pragma once
+
+#include "allocations.hpp"
+
+#include <textmaps/map.h>
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+using namespace std::string_literals;
+
+// The full state of a map: settings, and every entry with its address, bucket by bucket.
+struct MapState {
+    struct Entry {
+        const void *address;
+        std::string key;
+        std::string value;
+        bool operator==(const Entry &other) const;
+    };
+
+    int32_t maxkeys;
+    int32_t numkeys;
+    uint32_t casekeys;
+    uint32_t hashsize;
+    map_hash_fn hashfunc;
+    const void *buckets;
+    std::vector<std::vector<Entry>> chains;
+
+    bool operator==(const MapState &other) const;
+};
+
+std::ostream &operator<<(std::ostream &out, const MapState &state);
+
+// Reads the state and, on the way, fails the test on every invariant that does not hold: links both
+// ways, tails, bucket choice, no two equal keys, the count, key and value inside the entry.
+MapState state_of(const map_t &map);
+
+// The same without the addresses: what a caller can observe of the order and content.
+std::vector<std::pair<std::string, std::string>> content_of(const map_t &map);
+
+// Keys in iteration order.
+std::vector<std::string> keys_of(const map_t &map);
+
+// The value's bytes; none if the key is missing.
+std::optional<std::string> value_of(const map_t &map, const char *key);
+
+// Raw bytes, without a NUL, under a key.
+int insert(map_t &map, const char *key, std::string_view value);
+int replace(map_t &map, const char *key, std::string_view value);
+
+// What a function writes to a stream.
+std::string written(const std::function<void(FILE *)> &write);
+
+// What map_dump prints before the entries.
+std::string header_of(const map_t &map);
+
+// Hash functions of a caller's.
+uint32_t hash_all_to_zero(const void *container, const char *key);
+uint32_t hash_first_byte(const void *container, const char *key);
+uint32_t hash_length(const void *container, const char *key);
+
+// A map of its own that checks itself.
+class Map
+{
+public:
+    Map();
+    // Walks and destroys it.
+    ~Map();
+    Map(const Map &) = delete;
+    Map &operator=(const Map &) = delete;
+
+    map_t *operator&() { return &map_; }
+    map_t &operator*() { return map_; }
+    map_t *operator->() { return &map_; }
+
+private:
+    map_t map_;
+};
+
+// For TEST_F: one live map, and a check that the test leaked nothing.
+class MapTest : public testing::Test
+{
+protected:
+    MapTest();
+    ~MapTest() override;
+
+    // The call must return `result` and leave the map exactly as it is.
+    void expect_unchanged(int result, const std::function<int()> &call);
+
+private:
+    const std::size_t live_before_;
+
+protected:
+    map_t map;
+};
