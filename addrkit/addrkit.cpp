@@ -6,8 +6,7 @@
 #include <cstddef>
 #include <cstring>
 
-namespace
-{
+namespace {
 
 constexpr char hex_digits[] = "0123456789abcdef";
 

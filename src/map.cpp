@@ -5,16 +5,14 @@
 
 #include <cstddef>
 
-namespace textmaps
-{
+namespace textmaps {
 
 template <>
 struct node_type<map_t> {
     using type = map_entry_t;
 };
 
-namespace
-{
+namespace {
 
 constexpr bool narrow = sizeof(void *) == 4;
 static_assert(sizeof(map_bucket_t) == (narrow ? 8 : 16));

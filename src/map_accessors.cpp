@@ -9,8 +9,7 @@
 
 using namespace textmaps;
 
-namespace
-{
+namespace {
 
 template <class Row>
 int cmp(const map_t *map, const char *key, typename Row::argument value)
@@ -201,13 +200,11 @@ int map_casecmp_str(const map_t *map, const char *key, const char *text)
     return strncasecmp(text, static_cast<const char *>(value), length);
 }
 
-namespace
-{
+namespace {
 
 // The keys of one map array, one at a time. The name is copied, since it may lie in an entry that
 // the call erases.
-class array_key
-{
+class array_key {
   public:
     explicit array_key(const char *name) : length_(strnlen(name, room - 1))
     {

@@ -4,8 +4,7 @@
 #include <cstddef>
 #include <cstdlib>
 
-namespace textmaps
-{
+namespace textmaps {
 
 // A block of header + body + tail bytes from malloc. Null when the sum does not fit size_t, as when
 // there is no memory.

@@ -18,8 +18,7 @@
 
 #include <cstring>
 
-namespace textmaps
-{
+namespace textmaps {
 
 template <class Node>
 Node *link_get(const void *link)

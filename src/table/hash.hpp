@@ -5,8 +5,7 @@
 #include <cstring>
 #include <strings.h>
 
-namespace textmaps
-{
+namespace textmaps {
 
 // The byte as the POSIX locale's upper-case table has it, sign-extended: 'a' to 'z' fold, and a byte
 // from 0x80 on counts as itself minus 256, whether plain char is signed or not.

@@ -8,8 +8,7 @@
 #include <cstdarg>
 #include <cstdio>
 
-namespace textmaps
-{
+namespace textmaps {
 
 // Byte order of the keys, whatever `casekeys` says. No two keys of a table compare equal by it.
 template <class Item>

@@ -13,8 +13,7 @@
 
 #include <cerrno>
 
-namespace textmaps
-{
+namespace textmaps {
 
 // The result of a refusal that changes nothing.
 constexpr int refused = 1;
@@ -101,11 +100,9 @@ Node *next_after(const Table &table, Node &node, std::uint32_t &bucket)
 
 // for (const auto &node : nodes(table))
 template <class Table>
-class nodes
-{
+class nodes {
   public:
-    class iterator
-    {
+    class iterator {
       public:
         explicit iterator(const Table &table) : table_(table), node_(first_from(table, bucket_))
         {

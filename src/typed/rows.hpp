@@ -13,8 +13,7 @@
 #include <charconv>
 #include <limits>
 
-namespace textmaps
-{
+namespace textmaps {
 
 inline long long parse_number(const char *text, char **end, long long)
 {

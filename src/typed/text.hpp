@@ -8,8 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 
-namespace textmaps
-{
+namespace textmaps {
 
 // The value as text, up to its first NUL, cut to size - 1 characters. With size 0 nothing is
 // written.

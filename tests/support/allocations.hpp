@@ -12,9 +12,8 @@ namespace allocations {
 std::size_t live();
 
 // The sizes asked for during its life, failed requests included.
-class Log
-{
-public:
+class Log {
+  public:
     Log();
     ~Log();
     Log(const Log &) = delete;
@@ -23,9 +22,8 @@ public:
 };
 
 // Makes the nth allocation (from 0) during its life fail, or that one and all that follow.
-class Failure
-{
-public:
+class Failure {
+  public:
     enum How { once, for_good };
     explicit Failure(std::size_t nth, How how = for_good);
     ~Failure();

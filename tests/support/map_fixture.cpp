@@ -34,8 +34,8 @@ std::ostream &operator<<(std::ostream &out, const MapState &state)
 
 MapState state_of(const map_t &map)
 {
-    MapState state{map.maxkeys,  map.numkeys, map.casekeys, map.hashsize,
-                   map.hashfunc, map.buckets, {}};
+    MapState state{map.maxkeys, map.numkeys, map.casekeys, map.hashsize, map.hashfunc,
+                   map.buckets, {}};
     if (map.buckets == nullptr) {
         EXPECT_EQ(map.hashsize, 0U);
         EXPECT_EQ(map.numkeys, 0);

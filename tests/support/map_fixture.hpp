@@ -68,36 +68,43 @@ uint32_t hash_first_byte(const void *container, const char *key);
 uint32_t hash_length(const void *container, const char *key);
 
 // A map of its own that checks itself.
-class Map
-{
-public:
+class Map {
+  public:
     Map();
     // Walks and destroys it.
     ~Map();
     Map(const Map &) = delete;
     Map &operator=(const Map &) = delete;
 
-    map_t *operator&() { return &map_; }
-    map_t &operator*() { return map_; }
-    map_t *operator->() { return &map_; }
+    map_t *operator&()
+    {
+        return &map_;
+    }
+    map_t &operator*()
+    {
+        return map_;
+    }
+    map_t *operator->()
+    {
+        return &map_;
+    }
 
-private:
+  private:
     map_t map_;
 };
 
 // For TEST_F: one live map, and a check that the test leaked nothing.
-class MapTest : public testing::Test
-{
-protected:
+class MapTest : public testing::Test {
+  protected:
     MapTest();
     ~MapTest() override;
 
     // The call must return `result` and leave the map exactly as it is.
     void expect_unchanged(int result, const std::function<int()> &call);
 
-private:
+  private:
     const std::size_t live_before_;
 
-protected:
+  protected:
     map_t map;
 };
