@@ -299,14 +299,14 @@ int _map_sort(const map_t *map, map_sort_item_t **items, int32_t *count)
     if (items == nullptr || count == nullptr) {
         return EINVAL;
     }
-    auto *keys = sorted<map_sort_item_t>(*map, [](const map_entry_t &entry, int32_t index) {
+    const auto list = sorted<map_sort_item_t>(*map, [](const map_entry_t &entry, int32_t index) {
         return map_sort_item_t{entry.key, index};
     });
-    if (keys == nullptr) {
+    if (list.items == nullptr) {
         return ENOMEM;
     }
-    *items = keys;
-    *count = map->numkeys;
+    *items = list.items;
+    *count = list.count;
     return 0;
 }
 

@@ -24,13 +24,13 @@ template <class Node>
 Node *link_get(const void *link)
 {
     Node *node;
-    std::memcpy(&node, link, sizeof node);
+    std::memcpy(&node, link, sizeof(void *));
     return node;
 }
 
 inline void link_set(void *link, const void *node)
 {
-    std::memcpy(link, &node, sizeof node);
+    std::memcpy(link, &node, sizeof(void *));
 }
 
 template <class Head>

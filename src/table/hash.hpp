@@ -11,9 +11,9 @@ namespace textmaps {
 // from 0x80 on counts as itself minus 256, whether plain char is signed or not.
 constexpr std::uint32_t fold(char c)
 {
-    const int byte = static_cast<signed char>(c);
-    const int upper = byte >= 'a' && byte <= 'z' ? byte - 'a' + 'A' : byte;
-    return static_cast<std::uint32_t>(upper);
+    const std::uint32_t byte = static_cast<unsigned char>(c);
+    const std::uint32_t upper = byte >= 'a' && byte <= 'z' ? byte - 'a' + 'A' : byte;
+    return (upper ^ 0x80) - 0x80;
 }
 
 // h = h * 31 + folded byte, modulo 2^32. It folds case always, so that the spellings of a key share

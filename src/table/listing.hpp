@@ -17,24 +17,30 @@ int _sort_compare(const Item &a, const Item &b)
     return std::strcmp(a.key, b.key);
 }
 
-// An array of numkeys items, made by make(node, ordinal) from the nodes and sorted by key: one walk
-// and one allocation, which is the caller's to free; null when there is no memory. std::sort rather
-// than qsort, which may allocate scratch of its own.
+// One item for each key, sorted by key. The array is the holder's to free; null when there is no
+// memory.
+template <class Item>
+struct listing {
+    Item *items;
+    std::int32_t count;
+};
+
+// The items are made by make(node, ordinal), in one walk and one allocation. std::sort rather than
+// qsort, which may allocate scratch of its own.
 template <class Item, class Table, class Make>
-Item *sorted(const Table &table, Make make)
+listing<Item> sorted(const Table &table, Make make)
 {
-    const auto count = static_cast<std::size_t>(table.numkeys);
-    auto *items = static_cast<Item *>(allocate_array(count, sizeof(Item)));
-    if (items != nullptr) {
-        std::int32_t ordinal = 0;
+    const auto keys = static_cast<std::size_t>(table.numkeys);
+    listing<Item> list{static_cast<Item *>(allocate_array(keys, sizeof(Item))), 0};
+    if (list.items != nullptr) {
         for (const auto &node : nodes(table)) {
-            items[ordinal] = make(node, ordinal);
-            ++ordinal;
+            list.items[list.count] = make(node, list.count);
+            ++list.count;
         }
-        std::sort(items, items + count,
+        std::sort(list.items, list.items + list.count,
                   [](const Item &a, const Item &b) { return _sort_compare(a, b) < 0; });
     }
-    return items;
+    return list;
 }
 
 // Calls visit(node) for every node in sorted order, or in iteration order where there is no memory
@@ -46,17 +52,19 @@ void visit_sorted(const Table &table, Visit visit)
         const char *key;
         const node_of<Table> *node;
     };
-    listed *items = sorted<listed>(table, [](const node_of<Table> &node, std::int32_t) {
+    const auto list = sorted<listed>(table, [](const node_of<Table> &node, std::int32_t) {
         return listed{node.key, &node};
     });
-    if (items == nullptr) {
+    if (list.items == nullptr) {
         for (const auto &node : nodes(table)) {
             visit(node);
         }
         return;
     }
-    std::for_each(items, items + table.numkeys, [&](const listed &item) { visit(*item.node); });
-    std::free(items);
+    for (std::int32_t i = 0; i < list.count; ++i) {
+        visit(*list.items[i].node);
+    }
+    std::free(list.items);
 }
 
 // A sink is a printf-like function and its context: a caller's own, or one of the two below.

@@ -12,6 +12,7 @@
 
 #include <charconv>
 #include <limits>
+#include <type_traits>
 
 namespace textmaps {
 
@@ -58,7 +59,7 @@ struct number_row {
         }
         char *end;
         const Parsed number = parse_number(text, &end, Parsed());
-        constexpr auto min = static_cast<std::uint64_t>(std::numeric_limits<Kept>::min());
+        constexpr std::uint64_t min = std::is_signed_v<Kept> ? ~Max : 0;
         if (end == text || *end != '\0' || static_cast<std::uint64_t>(number) - min > Max - min) {
             return ERANGE;
         }

@@ -1,0 +1,24 @@
+# Sourced by ./demo and ./check: need PACKAGE... installs the Debian packages that are missing.
+
+need() {
+    local missing=() package
+    command -v dpkg-query >/dev/null || return 0
+    for package; do
+        dpkg-query -W -f='${db:Status-Abbrev}' "$package" 2>/dev/null | grep -q '^ii' ||
+            missing+=("$package")
+    done
+    [ ${#missing[@]} -gt 0 ] || return 0
+
+    echo "Installing with apt-get: ${missing[*]}" >&2
+    local as_root=()
+    if [ "$(id -u)" -ne 0 ]; then
+        command -v sudo >/dev/null || {
+            echo "Not root, and no sudo: please have these packages installed." >&2
+            return 1
+        }
+        as_root=(sudo)
+    fi
+    "${as_root[@]}" apt-get update -qq >&2
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -qq -y --no-install-recommends "${missing[@]}" >&2
+}
