@@ -17,6 +17,12 @@ int _sort_compare(const Item &a, const Item &b)
     return std::strcmp(a.key, b.key);
 }
 
+template <class Item>
+bool key_order(const Item &a, const Item &b)
+{
+    return _sort_compare(a, b) < 0;
+}
+
 // One item for each key, sorted by key. The array is the holder's to free; null when there is no
 // memory.
 template <class Item>
@@ -37,21 +43,22 @@ listing<Item> sorted(const Table &table, Make make)
             list.items[list.count] = make(node, list.count);
             ++list.count;
         }
-        std::sort(list.items, list.items + list.count,
-                  [](const Item &a, const Item &b) { return _sort_compare(a, b) < 0; });
+        std::sort(list.items, list.items + list.count, key_order<Item>);
     }
     return list;
 }
+
+// The item of visit_sorted: one type for all tables, so that there is one copy of the sort.
+struct listed {
+    const char *key;
+    const void *node;
+};
 
 // Calls visit(node) for every node in sorted order, or in iteration order where there is no memory
 // to sort in.
 template <class Table, class Visit>
 void visit_sorted(const Table &table, Visit visit)
 {
-    struct listed {
-        const char *key;
-        const node_of<Table> *node;
-    };
     const auto list = sorted<listed>(table, [](const node_of<Table> &node, std::int32_t) {
         return listed{node.key, &node};
     });
@@ -62,7 +69,7 @@ void visit_sorted(const Table &table, Visit visit)
         return;
     }
     for (std::int32_t i = 0; i < list.count; ++i) {
-        visit(*list.items[i].node);
+        visit(*static_cast<const node_of<Table> *>(list.items[i].node));
     }
     std::free(list.items);
 }
