@@ -223,18 +223,19 @@ class array_key {
         return text_;
     }
 
-    // Where an append notes the count to come. It is not cut, so that no cut key equals it.
+    // Where an append notes the count to come. It is not cut, and never as long as a cut key, so that
+    // it is no key of any array.
     const char *count_to_come()
     {
-        std::memcpy(text_ + length_, count_to_come_suffix, sizeof count_to_come_suffix);
+        const char *suffix = length_ + sizeof ":max+1" == room ? ":max+01" : ":max+1";
+        std::strcpy(text_ + length_, suffix);
         return text_;
     }
 
-  private:
+private:
     static constexpr std::size_t room = 128;
-    static constexpr char count_to_come_suffix[] = ":max+1";
 
-    char text_[room + sizeof count_to_come_suffix];
+    char text_[room + sizeof ":max+1"];
     std::size_t length_;
 };
 

@@ -78,10 +78,7 @@ typedef struct map_sort_item {
     int32_t index;   /**< Its position in iteration order, as `map_key_name` takes it. */
 } map_sort_item_t;
 
-/**
- * A caller's printf-like function: `fprintf` with a `FILE *` as its context is one in manner.
- * What it returns is ignored.
- */
+/** A caller's printf-like function; what it returns is ignored. */
 typedef int (*map_print_fn)(void *context, const char *format, ...);
 
 /**
@@ -240,7 +237,8 @@ const char *map_key_name(const map_t *map, int32_t index);
 /**
  * Prints "%s=%.*s\n" for every entry through a caller's function, with no header, sorted. For a map
  * that is NULL or empty it is called once, as `fn(context, "%smap is empty\n", context)`: a
- * function whose context is a text can print it as a prefix. A `fn` of NULL prints nothing.
+ * context that is a text becomes the notice's prefix, and with any other context `fn` must not
+ * format the notice. A `fn` of NULL prints nothing.
  */
 void map_print(const map_t *map, map_print_fn fn, void *context);
 
@@ -477,7 +475,8 @@ int map_insert_cidr(map_t *map, const char *key, const cidr_t *value);
  * @param out  Receives the value; untouched on failure, other than by `map_get_time`.
  * @return 0; 2 if there is no such key; 22 if `map`, `key` or `out` is NULL or the map is released;
  * 34 if the text is no number of the type (bucket.h has the rules). The address forms return what
- * the conversion from text returns, and read at most 17 (MAC), 45 (IP) or 91 (CIDR) characters.
+ * the conversion from text returns. They see the first 17 (MAC), 45 (IP) or 91 (CIDR) characters
+ * only: of a longer text, such as a MAC address with something behind it, the rest goes unnoticed.
  * @{
  */
 int map_get_uint64(const map_t *map, const char *key, uint64_t *out);
@@ -545,11 +544,15 @@ int map_casecmp_str(const map_t *map, const char *key, const char *text);
  * int, and the keys "N:0", "N:1" and onwards, which hold the elements. The caller stores and reads
  * the elements, and raises the count, under these keys with any function of the map. To append:
  *
+ *     char key[128];
  *     map_array_append(&map, "dns", key, sizeof key);        // key is "dns:2"
  *     map_replace_ipaddr(&map, key, &address);               // the element
  *     map_replace_int(&map, "dns:max", 3);                   // the count
  *
- * Keys are cut to 127 characters: names that agree in their first 127 characters share one array.
+ * The keys are entries like any other: keep other keys of this form out of the map. They are cut to
+ * 127 characters, so that names which agree in their first 127 characters share one array; the two
+ * calls that hand a key out cut it to the caller's buffer instead: give them one of 128 bytes.
+ *
  * A name may lie inside the map. In all six, a `name` of NULL gives 22.
  * @{
  */
@@ -573,7 +576,8 @@ int map_array_get_max(const map_t *map, const char *name, int *count);
  * Makes the key of an element.
  *
  * @param index   Of the element, from 0.
- * @param buffer  Receives the key, cut silently to `size - 1` characters.
+ * @param buffer  Receives the key, cut silently to `size - 1` characters. It must not overlap the
+ *                name.
  * @param size    Of the buffer, in bytes. With 0 nothing is written, and `buffer` may be NULL.
  * @param count   The number of elements, if known: the map is then not looked at and may be NULL.
  *                A negative number has the stored count read.
@@ -588,11 +592,11 @@ int map_array_get_key(const map_t *map, const char *name, int index, char *buffe
  * caller does so, the next call gives the same key.
  *
  * The call also stores the count that the array would then have, under the key "N:max+1" (the name
- * cut to 127 characters), which no array shares and nothing here reads; it takes up one key of the
- * map.
+ * cut to 127 characters; "N:max+01" for a name of 121). No array has a key like it and nothing reads
+ * it, but it takes up one key of the map.
  *
- * @param buffer  Receives the key, cut silently to `size - 1` characters. If storing fails it holds
- *                the first characters of the name.
+ * @param buffer  Receives the key, cut silently to `size - 1` characters. It must not overlap the
+ *                name. If storing fails it holds the first three characters of "N:max".
  * @param size    Of the buffer, in bytes. With 0 nothing is written, and `buffer` may be NULL.
  * @return 0; what `map_array_get_max` or `map_replace_int` returns if it fails; 22 if `buffer` is
  * NULL or the stored count is negative.
