@@ -5,6 +5,7 @@
 #include <textmaps/map.h>
 
 #include <algorithm>
+#include <climits>
 #include <strings.h>
 
 using namespace textmaps;
@@ -232,7 +233,7 @@ class array_key {
         return text_;
     }
 
-private:
+  private:
     static constexpr std::size_t room = 128;
 
     char text_[room + sizeof ":max+1"];
@@ -271,7 +272,8 @@ int map_array_get_key(const map_t *map, const char *name, int index, char *buffe
     if (index >= count) {
         return EINVAL;
     }
-    std::snprintf(buffer, size, "%s:%d", name, index);
+    // POSIX lets snprintf refuse a size above INT_MAX, and write nothing.
+    std::snprintf(buffer, std::min<uint32_t>(size, INT_MAX), "%s:%d", name, index);
     return 0;
 }
 

@@ -14,8 +14,9 @@
  *                      |  ...  |         v next entry                   +-----------+
  *
  * Life: `map_init`, any calls, `map_destroy`; then `map_init` may be called again. A record is
- * *released* after `map_destroy` and after a failed `map_init`: calls on it give 22 (or NULL, or 0)
- * unless stated otherwise. A record that was never initialised may only be given to `map_init`.
+ * *released* after `map_destroy` and after a failed `map_init`: what needs the buckets then gives 22
+ * (or NULL, or 0), while counting, the settings and `map_destroy` still return 0. A record that was
+ * never initialised may only be given to `map_init`.
  *
  * Pointers to keys, values and entries that the map hands out lead into its own memory. They stay
  * valid until that key is replaced, erased, or dropped by `map_setcasekeys`, or the map is cleared

@@ -99,7 +99,9 @@ inline int print_to_buffer(void *buffer, const char *format, ...)
     auto &text = *static_cast<text_buffer *>(buffer);
     va_list arguments;
     va_start(arguments, format);
-    const int result = std::vsnprintf(text.end, text.room, format, arguments);
+    // POSIX lets vsnprintf refuse a size above INT_MAX, and write nothing.
+    const std::size_t room = std::min<std::size_t>(text.room, INT_MAX);
+    const int result = std::vsnprintf(text.end, room, format, arguments);
     va_end(arguments);
     const std::size_t added = std::strlen(text.end);
     text.end += added;
