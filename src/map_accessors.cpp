@@ -132,7 +132,9 @@ int map_get_time(const map_t *map, const char *key, int32_t *out)
 
 int map_cmp_str(const map_t *map, const char *key, const char *value)
 {
-    return value == nullptr ? map_cmp(map, key, nullptr, 0) : cmp<row_str>(map, key, value);
+    // Of a text that is longer than any value, as much as a value can have.
+    const std::size_t size = value == nullptr ? 0 : std::strlen(value) + 1;
+    return map_cmp(map, key, value, static_cast<uint32_t>(std::min<std::size_t>(size, UINT32_MAX)));
 }
 
 int map_replace_str(map_t *map, const char *key, const char *value)
@@ -203,13 +205,20 @@ int map_casecmp_str(const map_t *map, const char *key, const char *text)
 
 namespace {
 
-// The keys of one map array, one at a time. The name is copied, since it may lie in an entry that
-// the call erases.
+// The keys of one map array, one at a time. The name is copied as far as it goes into a key, since
+// it may lie in an entry that the call erases.
 class array_key {
   public:
-    explicit array_key(const char *name) : length_(strnlen(name, room - 1))
+    explicit array_key(const char *name) : name_(name), length_(strnlen(name, room - 1))
     {
         std::memcpy(text_, name, length_);
+    }
+
+    // The whole name: the caller's own where it is longer than the copy.
+    const char *name()
+    {
+        text_[length_] = '\0';
+        return length_ < room - 1 ? text_ : name_;
     }
 
     const char *count()
@@ -236,8 +245,9 @@ class array_key {
   private:
     static constexpr std::size_t room = 128;
 
-    char text_[room + sizeof ":max+1"];
+    const char *name_;
     std::size_t length_;
+    char text_[room + sizeof ":max+1"];
 };
 
 bool cannot_hold(const char *buffer, uint32_t size)
@@ -288,19 +298,13 @@ int map_array_append(map_t *map, const char *name, char *buffer, uint32_t size)
         return read;
     }
     array_key key(name);
-    const auto write_beginning = [&] {
-        copy_text(buffer, std::min<uint32_t>(size, 4), key.count(), 3);
-    };
-    write_beginning();
+    copy_text(buffer, size, key.count(), 3);
     const int to_come = static_cast<int>(static_cast<unsigned int>(count) + 1);
-    // Formed before the store, which may free an entry that the name lies in.
-    const int formed = map_array_get_key(map, name, count, buffer, size, to_come);
     const int stored = map_replace_int(map, key.count_to_come(), to_come);
     if (stored != 0) {
-        write_beginning();
         return stored;
     }
-    return formed;
+    return map_array_get_key(map, key.name(), count, buffer, size, to_come);
 }
 
 int map_array_pop(map_t *map, const char *name)

@@ -59,7 +59,8 @@
  * | cidr    | `cidr_t *`        | `ak_cidr_to_str`          | `ak_cidr_from_str`    | its matter   |
  *
  * Narrow rows take a full word and reduce it themselves: 70000 stored as a uint16 is "4464", 200
- * stored as an int8 is "-56". A bool is not normalised: 7 is stored as "7", 12 as "1".
+ * stored as an int8 is "-56". A bool is not normalised: 7 is stored as "7", 12 as "1". A char is
+ * signed as text; where plain `char` is not, what is read is to be cast to `signed char`.
  *
  * Numbers are read with base 0: leading white space, a sign, "0x" for hexadecimal and a leading "0"
  * for octal are accepted. Text that is empty, has no number at its start, anything behind its

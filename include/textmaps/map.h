@@ -389,8 +389,9 @@ int map_copy(const map_t *src, map_t *dst);
  * equals the same text stored in any other way. NULL for `map` or `key` is left to `map_cmp`.
  *
  * The bool, uint, int, uchar and char forms return 22, which looks like a positive comparison, if
- * `map` or `key` is NULL: test for 0. An address that does not convert, NULL included, compares as
- * the empty text, a MAC address as "0". A NULL text compares as `map_cmp` compares a NULL value.
+ * `map` or `key` is NULL: test for 0. Where an address does not convert, what its conversion left
+ * behind is compared; if that is nothing, or the address is NULL, the empty text, and for a MAC
+ * address "0". A NULL text compares as `map_cmp` compares a NULL value.
  * @{
  */
 int map_cmp_uint64(const map_t *map, const char *key, uint64_t value);
@@ -418,7 +419,8 @@ int map_cmp_cidr(const map_t *map, const char *key, const cidr_t *value);
  *
  * @return What `map_replace` returns; 22 if `map`, `key` or a pointer given as the value or format
  * is NULL; what the conversion of an address returns if it fails. The fmt form: 12 if there is no
- * memory for the text, `errno` if it cannot be formatted; its arguments may lie inside the map.
+ * memory for the text, `errno` if it cannot be formatted; its arguments may lie inside the map. The
+ * str form: 12 also for a text of 4 GiB or more.
  * @{
  */
 int map_replace_uint64(map_t *map, const char *key, uint64_t value);
@@ -550,9 +552,10 @@ int map_casecmp_str(const map_t *map, const char *key, const char *text);
  *     map_replace_ipaddr(&map, key, &address);               // the element
  *     map_replace_int(&map, "dns:max", 3);                   // the count
  *
- * The keys are entries like any other: keep other keys of this form out of the map. They are cut to
- * 127 characters, so that names which agree in their first 127 characters share one array; the two
- * calls that hand a key out cut it to the caller's buffer instead: give them one of 128 bytes.
+ * The keys are entries like any other: keep other keys of this form out of the map. Keep names to
+ * 116 characters: keys are cut to 127, so that arrays with longer names may share keys, an array's
+ * elements with each other and with its count too. The two calls that hand a key out cut it to the
+ * caller's buffer instead: give them one of 128 bytes.
  *
  * A name may lie inside the map. In all six, a `name` of NULL gives 22.
  * @{
@@ -596,11 +599,13 @@ int map_array_get_key(const map_t *map, const char *name, int index, char *buffe
  * cut to 127 characters; "N:max+01" for a name of 121). No array has a key like it and nothing reads
  * it, but it takes up one key of the map.
  *
+ * @param name    One of 127 characters or more must not lie in the entry "N:max+1" itself.
  * @param buffer  Receives the key, cut silently to `size - 1` characters. It must not overlap the
- *                name. If storing fails it holds the first three characters of "N:max".
+ *                name. If the call fails once the count is read, it holds the first three characters
+ *                of "N:max".
  * @param size    Of the buffer, in bytes. With 0 nothing is written, and `buffer` may be NULL.
  * @return 0; what `map_array_get_max` or `map_replace_int` returns if it fails; 22 if `buffer` is
- * NULL or the stored count is negative.
+ * NULL; 22 if the stored count is negative or the greatest int, with "N:max+1" stored all the same.
  */
 int map_array_append(map_t *map, const char *name, char *buffer, uint32_t size);
 
@@ -608,7 +613,7 @@ int map_array_append(map_t *map, const char *name, char *buffer, uint32_t size);
  * Erases the last element, which may be missing, and lowers the count by one.
  *
  * @return 0; 22 if the count is 0 or negative; what `map_array_get_max` returns if it fails; what
- * `map_replace_int` returns if it fails (12), with the element erased already.
+ * `map_replace_int` returns if it fails, with the element erased already.
  */
 int map_array_pop(map_t *map, const char *name);
 

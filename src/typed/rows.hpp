@@ -82,7 +82,7 @@ using row_int = number_row<int, int, 12, long long>;
 using row_uchar = number_row<unsigned int, unsigned char, 4, long long>;
 using row_char = number_row<int, signed char, 5, long long, char>;
 
-// Text as it is. A text of 4 GiB or more has no length that could be stored.
+// Text as it is. One of 4 GiB or more has no length that could be stored.
 struct row_str {
     using argument = const char *;
 

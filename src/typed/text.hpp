@@ -53,8 +53,8 @@ int with_formatted(const char *format, va_list arguments, Store store)
     if (text == nullptr) {
         return ENOMEM;
     }
-    std::vsnprintf(text, size, format, arguments);
-    const int result = store(text, static_cast<std::uint32_t>(size));
+    const int written = std::vsnprintf(text, size, format, arguments);
+    const int result = written < 0 ? errno : store(text, static_cast<std::uint32_t>(size));
     std::free(text);
     return result;
 }

@@ -21,6 +21,11 @@ typedef struct {
 } cidr_t;
 
 #define PLATFORM_NO_ADDRESS 71
+#define PLATFORM_WRONG_SIZE 72
+
+/* MAC addresses that do not convert, but leave something behind all the same. */
+#define PLATFORM_LEAVES_A_PART (UINT64_MAX - 1)
+#define PLATFORM_LEAVES_NO_NUL (UINT64_MAX - 2)
 
 int ak_macaddr_to_str(const macaddr_t *address, char *text, size_t size);
 int ak_macaddr_from_str(const char *text, macaddr_t *address);

@@ -53,6 +53,14 @@ int main(void)
     EXPECT(map_replace_str(&map, "zero", "0") == 0);
     EXPECT(map_cmp_macaddr(&map, "zero", &none) == 0);
 
+    /* One that leaves something behind compares as that. */
+    const macaddr_t part = {PLATFORM_LEAVES_A_PART};
+    EXPECT(map_replace_str(&map, "part", "mac-") == 0);
+    EXPECT(map_cmp_macaddr(&map, "part", &part) == 0);
+    const macaddr_t full = {PLATFORM_LEAVES_NO_NUL};
+    EXPECT(map_replace_str(&map, "full", "xxxxxxxxxxxxxxxxx") == 0);
+    EXPECT(map_cmp_macaddr(&map, "full", &full) == 0);
+
     EXPECT(map_destroy(&map) == 0);
     return failures != 0;
 }

@@ -346,6 +346,14 @@ TEST_F(MapAddressText, OfACidrIsReadWholeThoughItIsLongerThanAnIp)
     EXPECT_EQ(map_get_cidr(&map, "key", &out), EINVAL);
 }
 
+TEST_F(MapAddressText, IsTheSameForRecordsThatDifferInUnusedBytes)
+{
+    const ipaddr_t address = {4, {192, 0, 2, 1}};
+    const ipaddr_t other = {4, {192, 0, 2, 1, 0xFF, 0xFF}};
+    ASSERT_EQ(map_insert_ipaddr(&map, "key", &address), 0);
+    EXPECT_EQ(map_cmp_ipaddr(&map, "key", &other), 0);
+}
+
 class MapAddressThatDoesNotConvert : public MapTest {
   protected:
     const ipaddr_t no_ip = {9, {192, 0, 2, 1}};

@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
+#include <sstream>
 
 namespace {
 
@@ -57,11 +59,11 @@ uint64_t widened(char value)
 }
 
 template <class Argument, class Output>
-Row row(const char *name, Rendering rendering, Parsing parsing, int compared_with_null,
-        int (*cmp)(const map_t *, const char *, Argument),
-        int (*replace)(map_t *, const char *, Argument),
-        int (*insert)(map_t *, const char *, Argument),
-        int (*get)(const map_t *, const char *, Output *))
+Row make_row(const char *name, Rendering rendering, Parsing parsing, int compared_with_null,
+             int (*cmp)(const map_t *, const char *, Argument),
+             int (*replace)(map_t *, const char *, Argument),
+             int (*insert)(map_t *, const char *, Argument),
+             int (*get)(const map_t *, const char *, Output *))
 {
     return {
         name,
@@ -91,32 +93,32 @@ Row row(const char *name, Rendering rendering, Parsing parsing, int compared_wit
 const std::vector<Row> &plain_rows()
 {
     static const std::vector<Row> rows = {
-        row("uint64", {64, false, 21}, {false, 0, UINT64_MAX}, -1, map_cmp_uint64,
-            map_replace_uint64, map_insert_uint64, map_get_uint64),
-        row("int64", {64, true, 21}, {true, INT64_MIN, INT64_MAX}, -1, map_cmp_int64,
-            map_replace_int64, map_insert_int64, map_get_int64),
-        row("uint32", {32, false, 12}, {false, 0, 4294967295}, -1, map_cmp_uint32,
-            map_replace_uint32, map_insert_uint32, map_get_uint32),
-        row("int32", {32, true, 12}, {true, -2147483648, 2147483647}, -1, map_cmp_int32,
-            map_replace_int32, map_insert_int32, map_get_int32),
-        row("uint16", {16, false, 7}, {false, 0, 65535}, -1, map_cmp_uint16, map_replace_uint16,
-            map_insert_uint16, map_get_uint16),
-        row("int16", {16, true, 7}, {true, -32768, 32767}, -1, map_cmp_int16, map_replace_int16,
-            map_insert_int16, map_get_int16),
-        row("uint8", {8, false, 5}, {false, 0, 255}, -1, map_cmp_uint8, map_replace_uint8,
-            map_insert_uint8, map_get_uint8),
-        row("int8", {8, true, 5}, {true, -128, 127}, -1, map_cmp_int8, map_replace_int8,
-            map_insert_int8, map_get_int8),
-        row("bool", {8, false, 2}, {true, 0, 1}, EINVAL, map_cmp_bool, map_replace_bool,
-            map_insert_bool, map_get_bool),
-        row("uint", {32, false, 11}, {true, 0, 4294967295}, EINVAL, map_cmp_uint, map_replace_uint,
-            map_insert_uint, map_get_uint),
-        row("int", {32, true, 12}, {true, -2147483648, 2147483647}, EINVAL, map_cmp_int,
-            map_replace_int, map_insert_int, map_get_int),
-        row("uchar", {8, false, 4}, {true, 0, 255}, EINVAL, map_cmp_uchar, map_replace_uchar,
-            map_insert_uchar, map_get_uchar),
-        row("char", {8, true, 5}, {true, -128, 127}, EINVAL, map_cmp_char, map_replace_char,
-            map_insert_char, map_get_char),
+        make_row("uint64", {64, false, 21}, {false, 0, UINT64_MAX}, -1, map_cmp_uint64,
+                 map_replace_uint64, map_insert_uint64, map_get_uint64),
+        make_row("int64", {64, true, 21}, {true, INT64_MIN, INT64_MAX}, -1, map_cmp_int64,
+                 map_replace_int64, map_insert_int64, map_get_int64),
+        make_row("uint32", {32, false, 12}, {false, 0, 4294967295}, -1, map_cmp_uint32,
+                 map_replace_uint32, map_insert_uint32, map_get_uint32),
+        make_row("int32", {32, true, 12}, {true, -2147483648, 2147483647}, -1, map_cmp_int32,
+                 map_replace_int32, map_insert_int32, map_get_int32),
+        make_row("uint16", {16, false, 7}, {false, 0, 65535}, -1, map_cmp_uint16,
+                 map_replace_uint16, map_insert_uint16, map_get_uint16),
+        make_row("int16", {16, true, 7}, {true, -32768, 32767}, -1, map_cmp_int16,
+                 map_replace_int16, map_insert_int16, map_get_int16),
+        make_row("uint8", {8, false, 5}, {false, 0, 255}, -1, map_cmp_uint8, map_replace_uint8,
+                 map_insert_uint8, map_get_uint8),
+        make_row("int8", {8, true, 5}, {true, -128, 127}, -1, map_cmp_int8, map_replace_int8,
+                 map_insert_int8, map_get_int8),
+        make_row("bool", {8, false, 2}, {true, 0, 1}, EINVAL, map_cmp_bool, map_replace_bool,
+                 map_insert_bool, map_get_bool),
+        make_row("uint", {32, false, 11}, {true, 0, 4294967295}, EINVAL, map_cmp_uint,
+                 map_replace_uint, map_insert_uint, map_get_uint),
+        make_row("int", {32, true, 12}, {true, -2147483648, 2147483647}, EINVAL, map_cmp_int,
+                 map_replace_int, map_insert_int, map_get_int),
+        make_row("uchar", {8, false, 4}, {true, 0, 255}, EINVAL, map_cmp_uchar, map_replace_uchar,
+                 map_insert_uchar, map_get_uchar),
+        make_row("char", {8, true, 5}, {true, -128, 127}, EINVAL, map_cmp_char, map_replace_char,
+                 map_insert_char, map_get_char),
     };
     return rows;
 }
@@ -124,8 +126,8 @@ const std::vector<Row> &plain_rows()
 std::vector<Row> all_rows()
 {
     std::vector<Row> rows = plain_rows();
-    rows.push_back(row("time", {32, true, 12}, {true, -2147483648, 2147483647}, -1, map_cmp_time,
-                       map_replace_time, map_insert_time, map_get_time));
+    rows.push_back(make_row("time", {32, true, 12}, {true, -2147483648, 2147483647}, -1,
+                            map_cmp_time, map_replace_time, map_insert_time, map_get_time));
     return rows;
 }
 
@@ -213,117 +215,40 @@ std::vector<uint64_t> telling_numbers()
     return numbers;
 }
 
+// Numbers about the ends of the ranges, in decimal, octal and hexadecimal digits, and none.
+std::vector<std::string> telling_digits()
+{
+    std::istringstream words(
+        "0 1 2 7 8 9 a f g 10 127 128 129 255 256 32767 32768 32769 65535 65536 "
+        "2147483647 2147483648 2147483649 4294967295 4294967296 "
+        "9223372036854775807 9223372036854775808 9223372036854775809 18446744073709551487 "
+        "18446744073709551615 18446744073709551616 18446744073709551617 99999999999999999999 "
+        "177 200 201 377 400 77777 100000 177777 200000 37777777777 40000000000 "
+        "777777777777777777777 1000000000000000000000 "
+        "1777777777777777777777 2000000000000000000000 "
+        "7f 80 81 ff 100 7FFF 8000 8001 ffff 10000 7fffffff 80000000 80000001 FFFFFFFF 100000000 "
+        "7fffffffffffffff 8000000000000000 8000000000000001 ffffffffffffffff 10000000000000000");
+    std::vector<std::string> digits = {""};
+    digits.insert(digits.end(), std::istream_iterator<std::string>(words), {});
+    return digits;
+}
+
 std::vector<std::string> hostile_texts()
 {
+    const std::string zeros(5000, '0');
+    const std::string blanks(5000, ' ');
+    const std::string nines(5000, '9');
     std::vector<std::string> texts = {
-        "--1",
-        "+-1",
-        "- 1",
-        "1-",
-        "1+1",
-        "1.0",
-        "1e3",
-        ".5",
-        "1,000",
-        "0x-1",
-        "1\001",
-        "\3771",
-        "1\377",
-        "\2401",
-        "yes",
-        "true",
-        "nan",
-        "inf",
-        "(null)",
-        "1L",
-        "1u",
-        std::string(5000, ' '),
-        std::string(5000, ' ') + "1",
-        std::string(5000, '0') + "1",
-        std::string(5000, '9'),
-        "-" + std::string(5000, '9'),
-        "0x" + std::string(5000, 'f'),
-    };
-    const char *const digits[] = {
-        "",
-        "0",
-        "1",
-        "2",
-        "7",
-        "8",
-        "9",
-        "a",
-        "f",
-        "g",
-        "10",
-        // About the ends of the ranges: decimal,
-        "127",
-        "128",
-        "129",
-        "255",
-        "256",
-        "32767",
-        "32768",
-        "32769",
-        "65535",
-        "65536",
-        "2147483647",
-        "2147483648",
-        "2147483649",
-        "4294967295",
-        "4294967296",
-        "9223372036854775807",
-        "9223372036854775808",
-        "9223372036854775809",
-        "18446744073709551487",
-        "18446744073709551615",
-        "18446744073709551616",
-        "18446744073709551617",
-        "99999999999999999999",
-        // octal,
-        "177",
-        "200",
-        "201",
-        "377",
-        "400",
-        "77777",
-        "100000",
-        "177777",
-        "200000",
-        "37777777777",
-        "40000000000",
-        "777777777777777777777",
-        "1000000000000000000000",
-        "1777777777777777777777",
-        "2000000000000000000000",
-        // hexadecimal.
-        "7f",
-        "80",
-        "81",
-        "ff",
-        "100",
-        "7FFF",
-        "8000",
-        "8001",
-        "ffff",
-        "10000",
-        "7fffffff",
-        "80000000",
-        "80000001",
-        "FFFFFFFF",
-        "100000000",
-        "7fffffffffffffff",
-        "8000000000000000",
-        "8000000000000001",
-        "ffffffffffffffff",
-        "10000000000000000",
-    };
+        "--1",  "+-1",        "- 1",       "1-",    "1+1",       "1.0",       "1e3",
+        ".5",   "1,000",      "0x-1",      "1\001", "\3771",     "1\377",     "\2401",
+        "yes",  "true",       "nan",       "inf",   "(null)",    "1L",        "1u",
+        blanks, blanks + "1", zeros + "1", nines,   "-" + nines, "0x" + nines};
     for (const char *blank : {"", " \t\n\v\f\r"}) {
         for (const char *sign : {"", "+", "-"}) {
             for (const char *base : {"", "0", "0x", "0X"}) {
-                for (const char *number : digits) {
+                for (const std::string &digits : telling_digits()) {
                     for (const char *behind : {"", " ", "x"}) {
-                        texts.push_back(std::string(blank) + sign + base + number + behind);
+                        texts.push_back(std::string(blank) + sign + base + digits + behind);
                     }
                 }
             }

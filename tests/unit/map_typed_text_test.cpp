@@ -338,7 +338,7 @@ TEST_F(MapFmt, ReportsThatThereIsNoMemoryForTextOrEntry)
 {
     ASSERT_EQ(map_insert_str(&map, "key", "text"), 0);
     for (const auto how : {allocations::Failure::once, allocations::Failure::for_good}) {
-        for (const std::size_t nth : {0, 1}) {
+        for (const std::size_t nth : {0U, 1U}) {
             SCOPED_TRACE(nth);
             const auto expect_no_memory = [&](const char *key, const auto store) {
                 expect_unchanged(ENOMEM, [&] {
