@@ -5,17 +5,18 @@
  *
  * Results
  * -------
- * An operation that can fail returns an `int`: 0 on success, or a positive number of <errno.h>.
+ * An operation that can fail returns an `int`: 0 on success, or a positive number of <errno.h>. What
+ * fails changes nothing, unless the function says otherwise.
  *
- * | result        | meaning                                                                        |
- * |---------------|--------------------------------------------------------------------------------|
- * | 0             | done                                                                           |
- * | 1             | refused, nothing changed: the key (map) or value (multimap) is there already,  |
- * |               | a new key would pass the key limit, or a new limit lies below the present count|
- * | 2 `ENOENT`    | no such key, value or position                                                 |
- * | 12 `ENOMEM`   | no memory, or a size that does not fit the address space; nothing changed      |
- * | 22 `EINVAL`   | a missing or unusable argument; nothing changed                                |
- * | 34 `ERANGE`   | the stored text does not parse as the requested type                           |
+ * | result      | meaning                                                                 |
+ * |-------------|-------------------------------------------------------------------------|
+ * | 0           | done                                                                    |
+ * | 1           | refused: the key (map) or value (multimap) is there already, a new key  |
+ * |             | would pass the key limit, or a new limit lies below the present count   |
+ * | 2 `ENOENT`  | no such key, value or position                                          |
+ * | 12 `ENOMEM` | no memory, or a size that does not fit the address space                |
+ * | 22 `EINVAL` | a missing or unusable argument                                          |
+ * | 34 `ERANGE` | the stored text does not parse as the requested type                    |
  *
  * Arguments are checked before anything changes: the container first, then its bucket array, then
  * the key, then values and outputs.
@@ -23,8 +24,12 @@
  * Keys and values
  * ---------------
  * A key is NUL-terminated text, the empty text included; it compares by `strcmp`, or by
- * `strcasecmp` once the container's `casekeys` is set. A value is a byte string, a pointer and a
- * length in bytes; an empty value still needs a pointer that is not NULL. Containers copy both.
+ * `strcasecmp` once the container's `casekeys` is set. The built-in hash folds A to Z in every locale,
+ * while `strcasecmp` follows the program's: where that folds other letters too, as in a Latin-1
+ * locale, or folds I otherwise, as in a Turkish one, keep case-insensitive keys to other letters.
+ *
+ * A value is a byte string, a pointer and a length in bytes; an empty value still needs a pointer
+ * that is not NULL. Containers copy keys and values.
  *
  * Key limit
  * ---------

@@ -341,7 +341,8 @@ int map_cmp(const map_t *map, const char *key, const void *value, uint32_t lengt
 
 /**
  * Whether two maps hold the same keys with the same values. Keys are looked up with the comparison
- * of `b`; the other settings do not matter.
+ * of `b`, so that the order of the arguments can matter if `casekeys` differs; the other settings do
+ * not matter.
  *
  * @return 1 if equal, or if both are NULL; else 0. A released map equals an empty one.
  */
@@ -356,7 +357,8 @@ int map_isequal(const map_t *a, const map_t *b);
 int map_intersection(const map_t *a, const map_t *b, map_t *dst);
 
 /**
- * Adds to `dst` the entries of `src` whose keys it does not hold. Nothing is replaced.
+ * Adds to `dst` the entries of `src` whose keys it does not hold. Nothing is replaced; a map merged
+ * into itself stays as it is.
  *
  * @return 0; 22 if a map is NULL, or if `dst` is released and `src` holds keys; or the code of the
  * insert that failed (1 at the key limit, 12), and then `dst` keeps what was added so far.
@@ -377,8 +379,8 @@ int map_copy_dst_hashsize(const map_t *src, map_t *dst);
  * Makes `dst` hold what `src` holds, in as many buckets as `src` has. The other settings of `dst`
  * stay.
  *
- * @return As `map_copy_dst_hashsize`; also 22 if `src` is released and 12 if there is no memory for
- * the buckets, and then `dst` is empty.
+ * @return As `map_copy_dst_hashsize`, with the buckets of `src` by then; also 22 if `src` is released
+ * and 12 if there is no memory for the buckets, and then `dst` is empty and keeps its own.
  */
 int map_copy(const map_t *src, map_t *dst);
 

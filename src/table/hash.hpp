@@ -16,8 +16,8 @@ constexpr std::uint32_t fold(char c)
     return (upper ^ 0x80) - 0x80;
 }
 
-// h = h * 31 + folded byte, modulo 2^32. It folds case always, so that the spellings of a key share
-// a bucket whatever `casekeys` says.
+// h = h * 31 + folded byte, modulo 2^32. It folds case always, whatever `casekeys` says, and the same
+// in every locale: in the POSIX locale, all spellings of a key share a bucket.
 constexpr std::uint32_t builtin_hash(const char *key)
 {
     std::uint32_t hash = 0;

@@ -1,7 +1,8 @@
 #include "allocations.hpp"
 
 #include <cerrno>
-#include <unordered_set>
+#include <cstring>
+#include <unordered_map>
 
 extern "C" {
 void *__real_malloc(std::size_t size);
@@ -12,10 +13,11 @@ void __wrap_free(void *block);
 
 namespace {
 
-std::unordered_set<void *> &blocks()
+// With their sizes.
+std::unordered_map<void *, std::size_t> &blocks()
 {
-    static auto *set = new std::unordered_set<void *>;
-    return *set;
+    static auto *map = new std::unordered_map<void *, std::size_t>;
+    return *map;
 }
 
 std::vector<std::size_t> logged_sizes;
@@ -55,14 +57,19 @@ void *__wrap_malloc(std::size_t size)
     }
     void *block = __real_malloc(size);
     if (block != nullptr) {
-        blocks().insert(block);
+        blocks().emplace(block, size);
     }
     return block;
 }
 
 void __wrap_free(void *block)
 {
-    blocks().erase(block);
+    const auto known = blocks().find(block);
+    if (known != blocks().end()) {
+        // So that a use after the free shows.
+        std::memset(block, 0xDD, known->second);
+        blocks().erase(known);
+    }
     __real_free(block);
 }
 

@@ -103,6 +103,27 @@ std::optional<std::string> value_of(const map_t &map, const char *key)
     return std::string(static_cast<const char *>(value), length);
 }
 
+const char *stored_text(const map_t &map, const char *key)
+{
+    const void *value = nullptr;
+    EXPECT_EQ(map_index(&map, key, &value, nullptr), 0);
+    return static_cast<const char *>(value);
+}
+
+const char *stored_key(const map_t &map, const char *key)
+{
+    const map_entry_t *entry = map_get_entry(&map, key);
+    return entry != nullptr ? entry->key : nullptr;
+}
+
+map_t released_map()
+{
+    map_t map;
+    EXPECT_EQ(map_init(&map), 0);
+    EXPECT_EQ(map_destroy(&map), 0);
+    return map;
+}
+
 int insert(map_t &map, const char *key, std::string_view value)
 {
     return map_insert(&map, key, value.data(), static_cast<uint32_t>(value.size()));

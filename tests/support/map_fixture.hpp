@@ -52,6 +52,13 @@ std::vector<std::string> keys_of(const map_t &map);
 // The value's bytes; none if the key is missing.
 std::optional<std::string> value_of(const map_t &map, const char *key);
 
+// Where the text under a key, and the key itself, lie in the map.
+const char *stored_text(const map_t &map, const char *key);
+const char *stored_key(const map_t &map, const char *key);
+
+// A map that was destroyed.
+map_t released_map();
+
 // Raw bytes, without a NUL, under a key.
 int insert(map_t &map, const char *key, std::string_view value);
 int replace(map_t &map, const char *key, std::string_view value);

@@ -183,6 +183,21 @@ std::unique_ptr<FILE, int (*)(FILE *)> unwritable_stream()
 INSTANTIATE_TEST_SUITE_P(Map, EveryPrinter, testing::ValuesIn(all_printers), name_of);
 INSTANTIATE_TEST_SUITE_P(Map, SortedPrinter, testing::ValuesIn(sorted_printers), name_of);
 
+TEST_P(EveryPrinter, LooksNothingUp)
+{
+    static int hashed;
+    ASSERT_EQ(map_sethashfunc(&map,
+                              [](const void *, const char *) {
+                                  ++hashed;
+                                  return 0U;
+                              }),
+              0);
+    fill({{"b", "2"}, {"a", "1"}});
+    hashed = 0;
+    EXPECT_FALSE(GetParam().print(&map).empty());
+    EXPECT_EQ(hashed, 0);
+}
+
 TEST_P(EveryPrinter, PrintsAValueUpToItsFirstNul)
 {
     fill({{"k", "ab\0cd"s}});

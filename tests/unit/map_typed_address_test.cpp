@@ -68,14 +68,6 @@ std::string bytes_of(const Record &record)
     return std::string(reinterpret_cast<const char *>(&record), sizeof record);
 }
 
-map_t released_map()
-{
-    map_t map;
-    EXPECT_EQ(map_init(&map), 0);
-    EXPECT_EQ(map_destroy(&map), 0);
-    return map;
-}
-
 } // namespace
 
 template <class Type>

@@ -292,14 +292,6 @@ class RowTest : public NumberTest, public testing::WithParamInterface<Row> {
     const Row &row = GetParam();
 };
 
-map_t released_map()
-{
-    map_t map;
-    EXPECT_EQ(map_init(&map), 0);
-    EXPECT_EQ(map_destroy(&map), 0);
-    return map;
-}
-
 constexpr std::nullopt_t refused = std::nullopt;
 
 } // namespace

@@ -5,36 +5,15 @@
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
+#include <printf.h>
 
 namespace {
 
 const std::string untouched(64, '.');
 
-map_t released_map()
-{
-    map_t map;
-    EXPECT_EQ(map_init(&map), 0);
-    EXPECT_EQ(map_destroy(&map), 0);
-    return map;
-}
-
 std::size_t entry_size(const std::string &key, std::size_t valuesz)
 {
     return sizeof(map_entry_t) + valuesz + key.size() + 1;
-}
-
-const char *stored_text(const map_t &map, const char *key)
-{
-    const void *value = nullptr;
-    EXPECT_EQ(map_index(&map, key, &value, nullptr), 0);
-    return static_cast<const char *>(value);
-}
-
-const char *stored_key(const map_t &map, const char *key)
-{
-    const map_entry_t *entry = map_get_entry(&map, key);
-    EXPECT_NE(entry, nullptr);
-    return entry->key;
 }
 
 // Text of every kind, its length from none to many pages.
@@ -306,6 +285,55 @@ TEST_F(MapFmt, RefusesAReleasedMap)
     map_t released = released_map();
     EXPECT_EQ(map_insert_fmt(&released, "key", "%d", 1), EINVAL);
     EXPECT_EQ(map_replace_fmt(&released, "key", "%d", 1), EINVAL);
+}
+
+TEST_F(MapFmt, ReportsATextThatIsTooLong)
+{
+    const std::string format = "%2147483648d";
+    ASSERT_EQ(map_insert_str(&map, "key", "text"), 0);
+    for (const auto store : {map_insert_fmt, map_replace_fmt}) {
+        expect_unchanged(EOVERFLOW, [&] { return store(&map, "key", format.c_str(), 1); });
+        expect_unchanged(EOVERFLOW, [&] { return store(&map, "new", format.c_str(), 1); });
+    }
+}
+
+namespace {
+
+int conversions_before_failure;
+
+int convert_or_fail(FILE *stream, const printf_info *, const void *const *)
+{
+    if (conversions_before_failure-- > 0) {
+        return std::fputs("converted", stream) < 0 ? -1 : 9;
+    }
+    errno = EIO;
+    return -1;
+}
+
+int no_arguments(const printf_info *, std::size_t, int *, int *)
+{
+    return 0;
+}
+
+} // namespace
+
+TEST_F(MapFmt, StoresNothingIfTheTextCannotBeWrittenAfterItWasMeasured)
+{
+    const std::string format = "%Y";
+    ASSERT_EQ(register_printf_specifier('Y', convert_or_fail, no_arguments), 0);
+    ASSERT_EQ(map_insert_str(&map, "key", "text"), 0);
+    expect_unchanged(EIO, [&] {
+        conversions_before_failure = 1;
+        return map_insert_fmt(&map, "new", format.c_str());
+    });
+    expect_unchanged(EIO, [&] {
+        conversions_before_failure = 1;
+        return map_replace_fmt(&map, "key", format.c_str());
+    });
+    conversions_before_failure = 2;
+    EXPECT_EQ(map_replace_fmt(&map, "key", format.c_str()), 0);
+    EXPECT_EQ(value_of(map, "key"), "converted\0"s);
+    ASSERT_EQ(register_printf_specifier('Y', nullptr, nullptr), 0);
 }
 
 TEST_F(MapFmt, ReportsTheErrorOfAFormatThatFails)

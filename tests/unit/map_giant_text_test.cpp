@@ -1,0 +1,82 @@
+// Texts of more than 4 GiB: longer than any value. They are made of one piece of memory, mapped over
+// and over.
+#include "map_fixture.hpp"
+
+#include <cstdlib>
+#include <cstring>
+#include <sys/mman.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr std::size_t piece = std::size_t{16} << 20;
+constexpr std::size_t page = std::size_t{64} << 10;
+
+class GiantText : public MapTest {
+  protected:
+    void SetUp() override
+    {
+        if (sizeof(std::size_t) == 4) {
+            GTEST_SKIP() << "larger than the address space";
+        }
+        const int memory = memfd_create("piece", 0);
+        ASSERT_GE(memory, 0);
+        ASSERT_EQ(ftruncate(memory, static_cast<off_t>(piece)), 0);
+        void *mapped = mmap(nullptr, size_, PROT_READ | PROT_WRITE,
+                            MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+        ASSERT_NE(mapped, MAP_FAILED);
+        text_ = static_cast<char *>(mapped);
+        for (std::size_t at = 0; at + page < size_; at += piece) {
+            ASSERT_NE(
+                mmap(text_ + at, piece, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, memory, 0),
+                MAP_FAILED);
+        }
+        close(memory);
+        std::memset(text_, 'm', piece);
+    }
+
+    ~GiantText() override
+    {
+        if (text_ != nullptr) {
+            munmap(text_, size_);
+        }
+    }
+
+    const char *text() const
+    {
+        return text_;
+    }
+
+  private:
+    // 257 pieces, and a page of zeros for the NUL.
+    const std::size_t size_ = 257 * piece + page;
+    char *text_ = nullptr;
+};
+
+} // namespace
+
+TEST_F(GiantText, IsNotStored)
+{
+    ASSERT_EQ(map_insert_str(&map, "key", "old"), 0);
+    expect_unchanged(ENOMEM, [&] { return map_insert_str(&map, "new", text()); });
+    expect_unchanged(ENOMEM, [&] { return map_replace_str(&map, "key", text()); });
+}
+
+TEST_F(GiantText, ComparesByItsBeginning)
+{
+    ASSERT_EQ(map_insert_str(&map, "before", "aaa"), 0);
+    ASSERT_EQ(map_insert_str(&map, "behind", "zzz"), 0);
+    ASSERT_EQ(insert(map, "beginning", "mmm"), 0);
+    EXPECT_LT(map_cmp_str(&map, "before", text()), 0);
+    EXPECT_GT(map_cmp_str(&map, "behind", text()), 0);
+    EXPECT_EQ(map_cmp_str(&map, "beginning", text()), -1);
+    EXPECT_EQ(map_cmp_str(&map, "missing", text()), -1);
+    EXPECT_EQ(map_cmp_str(nullptr, "before", text()), -1);
+}
+
+TEST_F(GiantText, IsNotFormatted)
+{
+    ASSERT_EQ(map_insert_str(&map, "key", "old"), 0);
+    expect_unchanged(EOVERFLOW, [&] { return map_insert_fmt(&map, "new", "%s", text()); });
+    expect_unchanged(EOVERFLOW, [&] { return map_replace_fmt(&map, "key", "%s", text()); });
+}
