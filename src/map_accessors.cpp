@@ -238,7 +238,7 @@ class array_key {
     const char *count_to_come()
     {
         const char *suffix = length_ + sizeof ":max+1" == room ? ":max+01" : ":max+1";
-        std::strcpy(text_ + length_, suffix);
+        std::memcpy(text_ + length_, suffix, std::strlen(suffix) + 1);
         return text_;
     }
 
