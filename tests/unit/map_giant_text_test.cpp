@@ -73,10 +73,3 @@ TEST_F(GiantText, ComparesByItsBeginning)
     EXPECT_EQ(map_cmp_str(&map, "missing", text()), -1);
     EXPECT_EQ(map_cmp_str(nullptr, "before", text()), -1);
 }
-
-TEST_F(GiantText, IsNotFormatted)
-{
-    ASSERT_EQ(map_insert_str(&map, "key", "old"), 0);
-    expect_unchanged(EOVERFLOW, [&] { return map_insert_fmt(&map, "new", "%s", text()); });
-    expect_unchanged(EOVERFLOW, [&] { return map_replace_fmt(&map, "key", "%s", text()); });
-}
