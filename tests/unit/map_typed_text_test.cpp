@@ -319,19 +319,19 @@ int no_arguments(const printf_info *, std::size_t, int *, int *)
 
 TEST_F(MapFmt, StoresNothingIfTheTextCannotBeWrittenAfterItWasMeasured)
 {
-    const std::string format = "%Y";
+    const std::string format = "%Y"; // takes no argument; clang wants to see one
     ASSERT_EQ(register_printf_specifier('Y', convert_or_fail, no_arguments), 0);
     ASSERT_EQ(map_insert_str(&map, "key", "text"), 0);
     expect_unchanged(EIO, [&] {
         conversions_before_failure = 1;
-        return map_insert_fmt(&map, "new", format.c_str());
+        return map_insert_fmt(&map, "new", format.c_str(), 0);
     });
     expect_unchanged(EIO, [&] {
         conversions_before_failure = 1;
-        return map_replace_fmt(&map, "key", format.c_str());
+        return map_replace_fmt(&map, "key", format.c_str(), 0);
     });
     conversions_before_failure = 2;
-    EXPECT_EQ(map_replace_fmt(&map, "key", format.c_str()), 0);
+    EXPECT_EQ(map_replace_fmt(&map, "key", format.c_str(), 0), 0);
     EXPECT_EQ(value_of(map, "key"), "converted\0"s);
     ASSERT_EQ(register_printf_specifier('Y', nullptr, nullptr), 0);
 }
