@@ -14,17 +14,37 @@ struct node_type<map_t> {
 
 namespace {
 
-constexpr bool narrow = sizeof(void *) == 4;
-static_assert(sizeof(map_bucket_t) == (narrow ? 8 : 16));
-static_assert(sizeof(map_t) == (narrow ? 24 : 32));
-static_assert(offsetof(map_t, hashsize) == 12 && offsetof(map_t, hashfunc) == 16);
-static_assert(offsetof(map_t, buckets) == (narrow ? 20 : 24));
-static_assert(sizeof(map_entry_t) == (narrow ? 20 : 40));
-static_assert(offsetof(map_entry_t, value) == (narrow ? 8 : 16));
-static_assert(offsetof(map_entry_t, valuesz) == (narrow ? 12 : 24));
-static_assert(offsetof(map_entry_t, key) == (narrow ? 16 : 32));
-static_assert(sizeof(map_iter_t) == (narrow ? 12 : 24));
-static_assert(sizeof(map_sort_item_t) == (narrow ? 8 : 16));
+// The layout of the records is the binary interface. A word is a pointer.
+constexpr std::size_t word = sizeof(void *);
+static_assert(word == 4 || word == 8);
+
+static_assert(offsetof(map_bucket_t, first) == 0);
+static_assert(offsetof(map_bucket_t, last) == word);
+static_assert(sizeof(map_bucket_t) == 2 * word);
+
+static_assert(offsetof(map_t, maxkeys) == 0);
+static_assert(offsetof(map_t, numkeys) == 4);
+static_assert(offsetof(map_t, casekeys) == 8);
+static_assert(offsetof(map_t, hashsize) == 12);
+static_assert(offsetof(map_t, hashfunc) == 16);
+static_assert(offsetof(map_t, buckets) == 16 + word);
+static_assert(sizeof(map_t) == 16 + 2 * word);
+
+static_assert(offsetof(map_entry_t, next) == 0);
+static_assert(offsetof(map_entry_t, prev) == word);
+static_assert(offsetof(map_entry_t, value) == 2 * word);
+static_assert(offsetof(map_entry_t, valuesz) == 3 * word);
+static_assert(offsetof(map_entry_t, key) == 4 * word);
+static_assert(sizeof(map_entry_t) == 5 * word);
+
+static_assert(offsetof(map_iter_t, map) == 0);
+static_assert(offsetof(map_iter_t, bucket) == word);
+static_assert(offsetof(map_iter_t, entry) == 2 * word);
+static_assert(sizeof(map_iter_t) == 3 * word);
+
+static_assert(offsetof(map_sort_item_t, key) == 0);
+static_assert(offsetof(map_sort_item_t, index) == word);
+static_assert(sizeof(map_sort_item_t) == 2 * word);
 
 // Header, value and key in one block, linked nowhere; null when there is no memory.
 map_entry_t *make_entry(const char *key, const void *value, uint32_t length)
