@@ -147,13 +147,15 @@ class nodes {
 template <class Table>
 const char *key_name(const Table *table, std::int32_t ordinal)
 {
-    if (!has_buckets(table) || ordinal < 0 || ordinal >= table->numkeys) {
+    if (!has_buckets(table) || table->numkeys < ordinal) {
         return nullptr;
     }
+    std::int32_t counted = 0;
     for (const auto &node : nodes(*table)) {
-        if (ordinal-- == 0) {
+        if (counted == ordinal) {
             return node.key;
         }
+        ++counted;
     }
     return nullptr;
 }
@@ -187,7 +189,10 @@ int clear(Table *table, Release release)
     if (!has_buckets(table)) {
         return EINVAL;
     }
-    for (std::uint32_t i = 0; table->numkeys > 0 && i < table->hashsize; ++i) {
+    if (table->numkeys < 1) {
+        return 0;
+    }
+    for (std::uint32_t i = 0; i < table->hashsize; ++i) {
         while (auto *node = chain_take_first<node_of<Table>>(table->buckets[i])) {
             --table->numkeys;
             release(node);
