@@ -67,25 +67,23 @@ int put(map_t *map, const char *key, const void *value, uint32_t length, if_pres
     if (!has_buckets(map) || key == nullptr || value == nullptr) {
         return EINVAL;
     }
-    map_bucket_t &bucket = *hashlist(*map, key);
-    map_entry_t *old = find_in(*map, bucket, key);
-    if (old != nullptr && present != if_present::replace) {
+    const auto at = locate(*map, key);
+    if (at.node != nullptr && present != if_present::replace) {
         return present == if_present::skip ? 0 : refused;
     }
-    if (old == nullptr && at_key_limit(*map)) {
+    if (at.node == nullptr && at_key_limit(*map)) {
         return refused;
     }
     map_entry_t *entry = make_entry(key, value, length);
     if (entry == nullptr) {
         return ENOMEM;
     }
-    chain_append(bucket, *entry);
+    chain_append(at.bucket, *entry);
     ++map->numkeys;
     // The caller's key and value may lie in the old entry: it goes only now.
-    if (old != nullptr) {
-        chain_remove(bucket, *old);
-        --map->numkeys;
-        std::free(old);
+    if (at.node != nullptr) {
+        unlink_node(*map, at);
+        std::free(at.node);
     }
     return 0;
 }
@@ -101,24 +99,26 @@ bool holds_equal(const map_t &map, const map_entry_t &entry)
     return found != nullptr && same_value(*found, entry);
 }
 
+void release(map_entry_t *entry)
+{
+    std::free(entry);
+}
+
 // Makes dst hold those entries of src that are wanted, or none if an insert fails.
 template <class Wanted>
-int refill(map_t *dst, const map_t &src, Wanted wanted)
+int refill_from(map_t *dst, const map_t &src, Wanted wanted)
 {
-    int result = map_clear(dst);
-    if (result != 0) {
-        return result;
-    }
-    for (const map_entry_t &entry : nodes(src)) {
-        if (wanted(entry)) {
-            result = map_insert(dst, entry.key, entry.value, entry.valuesz);
-            if (result != 0) {
-                map_clear(dst);
-                return result;
+    return refill(dst, release, [&] {
+        for (const map_entry_t &entry : nodes(src)) {
+            if (wanted(entry)) {
+                const int result = map_insert(dst, entry.key, entry.value, entry.valuesz);
+                if (result != 0) {
+                    return result;
+                }
             }
         }
-    }
-    return 0;
+        return 0;
+    });
 }
 
 void print_header(const map_t *map, print_fn print, void *context)
@@ -127,34 +127,23 @@ void print_header(const map_t *map, print_fn print, void *context)
           static_cast<int>(map->hashsize), map->numkeys);
 }
 
-constexpr char empty_notice[] = "map is empty\n";
-constexpr char dump_line[] = " %s=%.*s\n";
-
 void print_entry(const map_entry_t &entry, const char *line, print_fn print, void *context)
 {
     print(context, line, entry.key, precision(entry.valuesz), entry.value);
 }
 
-// The dump, in the order in which visit_all(map, visit) visits the entries.
-template <class VisitAll>
-void dump(const map_t *map, print_fn print, void *context, VisitAll visit_all)
-{
-    if (map_isempty(map)) {
-        print(context, empty_notice);
-        return;
-    }
-    print_header(map, print, context);
-    visit_all(*map,
-              [=](const map_entry_t &entry) { print_entry(entry, dump_line, print, context); });
-}
+constexpr char dump_line[] = " %s=%.*s\n";
 
-constexpr auto in_sorted_order = [](const map_t &map, auto visit) {
-    visit_sorted(map, visit);
+constexpr auto in_sorted_order = [](const map_t &map, print_fn print, void *context) {
+    print_header(&map, print, context);
+    visit_sorted(map,
+                 [=](const map_entry_t &entry) { print_entry(entry, dump_line, print, context); });
 };
 
-constexpr auto in_iteration_order = [](const map_t &map, auto visit) {
+constexpr auto in_iteration_order = [](const map_t &map, print_fn print, void *context) {
+    print_header(&map, print, context);
     for (const map_entry_t &entry : nodes(map)) {
-        visit(entry);
+        print_entry(entry, dump_line, print, context);
     }
 };
 
@@ -202,7 +191,7 @@ int map_destroy(map_t *map)
 
 int map_clear(map_t *map)
 {
-    return clear(map, [](map_entry_t *entry) { std::free(entry); });
+    return clear(map, release);
 }
 
 int map_insert(map_t *map, const char *key, const void *value, uint32_t length)
@@ -220,14 +209,12 @@ int map_erase(map_t *map, const char *key)
     if (!has_buckets(map) || key == nullptr) {
         return EINVAL;
     }
-    map_bucket_t &bucket = *hashlist(*map, key);
-    map_entry_t *entry = find_in(*map, bucket, key);
-    if (entry == nullptr) {
+    const auto at = locate(*map, key);
+    if (at.node == nullptr) {
         return ENOENT;
     }
-    chain_remove(bucket, *entry);
-    --map->numkeys;
-    std::free(entry);
+    unlink_node(*map, at);
+    release(at.node);
     return 0;
 }
 
@@ -297,16 +284,12 @@ uint32_t map_valuesz(const map_iter_t *iter)
 
 int map_isempty(const map_t *map)
 {
-    return map == nullptr || map->numkeys == 0;
+    return isempty(map);
 }
 
 int map_key_count(const map_t *map, int32_t *count)
 {
-    if (map == nullptr || count == nullptr) {
-        return EINVAL;
-    }
-    *count = map->numkeys;
-    return 0;
+    return key_count(map, count);
 }
 
 const char *map_key_name(const map_t *map, int32_t index)
@@ -316,18 +299,7 @@ const char *map_key_name(const map_t *map, int32_t index)
 
 int _map_sort(const map_t *map, map_sort_item_t **items, int32_t *count)
 {
-    if (items == nullptr || count == nullptr) {
-        return EINVAL;
-    }
-    const auto list = sorted<map_sort_item_t>(*map, [](const map_entry_t &entry, int32_t index) {
-        return map_sort_item_t{entry.key, index};
-    });
-    if (list.items == nullptr) {
-        return ENOMEM;
-    }
-    *items = list.items;
-    *count = list.count;
-    return 0;
+    return sort_keys(*map, items, count);
 }
 
 void map_print(const map_t *map, map_print_fn fn, void *context)
@@ -335,7 +307,7 @@ void map_print(const map_t *map, map_print_fn fn, void *context)
     if (fn == nullptr) {
         return;
     }
-    if (map_isempty(map)) {
+    if (isempty(map)) {
         fn(context, "%smap is empty\n", context);
         return;
     }
@@ -348,7 +320,7 @@ int map_print_sorted(const map_t *map, map_print_sorted_fn fn, FILE *stream)
     if (fn == nullptr || stream == nullptr) {
         return EINVAL;
     }
-    if (map_isempty(map)) {
+    if (isempty(map)) {
         print_to_stream(stream, empty_notice);
         return EINVAL;
     }
@@ -365,26 +337,17 @@ int map_print_sorted(const map_t *map, map_print_sorted_fn fn, FILE *stream)
 
 void map_dump(const map_t *map, FILE *stream)
 {
-    if (stream != nullptr) {
-        dump(map, print_to_stream, stream, in_sorted_order);
-    }
+    dump(map, stream, in_sorted_order);
 }
 
 void map_raw_dump(const map_t *map, FILE *stream)
 {
-    if (stream != nullptr) {
-        dump(map, print_to_stream, stream, in_iteration_order);
-    }
+    dump(map, stream, in_iteration_order);
 }
 
 uint32_t map_sndump(const map_t *map, char *buffer, uint32_t size)
 {
-    if (buffer == nullptr || size == 0) {
-        return 0;
-    }
-    text_buffer text{buffer, size};
-    dump(map, print_to_buffer, &text, in_sorted_order);
-    return static_cast<uint32_t>(text.end - buffer);
+    return sndump(map, buffer, size, in_sorted_order);
 }
 
 int map_sethashsize(map_t *map, uint32_t size)
@@ -399,7 +362,7 @@ int map_sethashfunc(map_t *map, map_hash_fn fn)
 
 int map_setcasekeys(map_t *map, uint32_t flag)
 {
-    return setcasekeys(map, flag, [](map_entry_t &, map_entry_t *entry) { std::free(entry); });
+    return setcasekeys(map, flag, [](map_entry_t &, map_entry_t *entry) { release(entry); });
 }
 
 int map_setmaxkeys(map_t *map, int32_t limit)
@@ -444,7 +407,7 @@ int map_intersection(const map_t *a, const map_t *b, map_t *dst)
     if (a == nullptr || b == nullptr || dst == nullptr || dst == a || dst == b) {
         return EINVAL;
     }
-    return refill(dst, *a, [b](const map_entry_t &entry) { return holds_equal(*b, entry); });
+    return refill_from(dst, *a, [b](const map_entry_t &entry) { return holds_equal(*b, entry); });
 }
 
 int map_merge(const map_t *src, map_t *dst)
@@ -466,7 +429,7 @@ int map_copy_dst_hashsize(const map_t *src, map_t *dst)
     if (src == nullptr || dst == nullptr || dst == src) {
         return EINVAL;
     }
-    return refill(dst, *src, [](const map_entry_t &) { return true; });
+    return refill_from(dst, *src, [](const map_entry_t &) { return true; });
 }
 
 int map_copy(const map_t *src, map_t *dst)

@@ -1,6 +1,6 @@
 // The map's typed layer and the map arrays. Every typed function renders or parses by its row and
 // calls one operation of the core.
-#include "typed/rows.hpp"
+#include "typed/access.hpp"
 
 #include <textmaps/map.h>
 
@@ -32,39 +32,12 @@ int cmp_address(const map_t *map, const char *key, typename Row::argument value)
         value, [=](const char *text, uint32_t size) { return map_cmp(map, key, text, size); });
 }
 
-using store_fn = int (*)(map_t *map, const char *key, const void *value, uint32_t length);
-
-template <class Row>
-int store(store_fn operation, map_t *map, const char *key, typename Row::argument value)
+// How a reader gets its value.
+auto fetch(const map_t *map, const char *key)
 {
-    if (map == nullptr || key == nullptr || Row::missing(value)) {
-        return EINVAL;
-    }
-    return Row::with_text(
-        value, [=](const char *text, uint32_t size) { return operation(map, key, text, size); });
-}
-
-int store_formatted(store_fn operation, map_t *map, const char *key, const char *format,
-                    va_list arguments)
-{
-    if (map == nullptr || key == nullptr || format == nullptr) {
-        return EINVAL;
-    }
-    return with_formatted(format, arguments, [=](const char *text, uint32_t size) {
-        return operation(map, key, text, size);
-    });
-}
-
-template <class Row>
-int get(const map_t *map, const char *key, typename Row::output *out)
-{
-    if (out == nullptr) {
-        return EINVAL;
-    }
-    const void *value;
-    uint32_t length;
-    const int result = map_index(map, key, &value, &length);
-    return result != 0 ? result : Row::parse(value, length, out);
+    return [=](const void **value, uint32_t *length) {
+        return map_index(map, key, value, length);
+    };
 }
 
 } // namespace
@@ -77,15 +50,15 @@ int get(const map_t *map, const char *key, typename Row::output *out)
     }                                                                                              \
     int map_replace_##type(map_t *map, const char *key, row_##type::argument value)                \
     {                                                                                              \
-        return store<row_##type>(map_replace, map, key, value);                                    \
+        return write_value<row_##type>(map_replace, map, key, value);                              \
     }                                                                                              \
     int map_insert_##type(map_t *map, const char *key, row_##type::argument value)                 \
     {                                                                                              \
-        return store<row_##type>(map_insert, map, key, value);                                     \
+        return write_value<row_##type>(map_insert, map, key, value);                               \
     }                                                                                              \
     int map_get_##type(const map_t *map, const char *key, row_##type::output *out)                 \
     {                                                                                              \
-        return get<row_##type>(map, key, out);                                                     \
+        return read_value<row_##type>(out, fetch(map, key));                                       \
     }
 
 MAP_ROW(uint64, cmp)
@@ -122,12 +95,7 @@ int map_insert_time(map_t *map, const char *key, int32_t value)
 
 int map_get_time(const map_t *map, const char *key, int32_t *out)
 {
-    int32_t seconds = 0;
-    const int result = map_get_int32(map, key, &seconds);
-    if (out != nullptr) {
-        *out = seconds;
-    }
-    return result;
+    return read_time(out, [=](int32_t *seconds) { return map_get_int32(map, key, seconds); });
 }
 
 int map_cmp_str(const map_t *map, const char *key, const char *value)
@@ -139,19 +107,19 @@ int map_cmp_str(const map_t *map, const char *key, const char *value)
 
 int map_replace_str(map_t *map, const char *key, const char *value)
 {
-    return store<row_str>(map_replace, map, key, value);
+    return write_value<row_str>(map_replace, map, key, value);
 }
 
 int map_insert_str(map_t *map, const char *key, const char *value)
 {
-    return store<row_str>(map_insert, map, key, value);
+    return write_value<row_str>(map_insert, map, key, value);
 }
 
 int map_replace_fmt(map_t *map, const char *key, const char *format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
-    const int result = store_formatted(map_replace, map, key, format, arguments);
+    const int result = write_formatted(map_replace, map, key, format, arguments);
     va_end(arguments);
     return result;
 }
@@ -160,34 +128,19 @@ int map_insert_fmt(map_t *map, const char *key, const char *format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
-    const int result = store_formatted(map_insert, map, key, format, arguments);
+    const int result = write_formatted(map_insert, map, key, format, arguments);
     va_end(arguments);
     return result;
 }
 
 int map_copy_str(const map_t *map, const char *key, char *buffer, uint32_t size)
 {
-    if (buffer == nullptr) {
-        return EINVAL;
-    }
-    const void *value;
-    uint32_t length;
-    const int result = map_index(map, key, &value, &length);
-    if (result == 0) {
-        copy_text(buffer, size, value, length);
-    }
-    return result;
+    return read_text(buffer, size, fetch(map, key));
 }
 
 int map_dup_str(const map_t *map, const char *key, char **out)
 {
-    if (out == nullptr) {
-        return EINVAL;
-    }
-    const void *value;
-    uint32_t length;
-    const int result = map_index(map, key, &value, &length);
-    return result != 0 ? result : duplicate(value, length, out);
+    return read_copy(out, fetch(map, key));
 }
 
 int map_casecmp_str(const map_t *map, const char *key, const char *text)

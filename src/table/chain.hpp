@@ -85,6 +85,50 @@ Node *chain_take_first(Head &head)
     return node;
 }
 
+// for (Node &node : chained<Node>(head)), over a chain that does not change meanwhile.
+template <class Node>
+class chained {
+  public:
+    class iterator {
+      public:
+        explicit iterator(Node *node) : node_(node)
+        {
+        }
+        Node &operator*() const
+        {
+            return *node_;
+        }
+        bool operator!=(const iterator &other) const
+        {
+            return node_ != other.node_;
+        }
+        iterator &operator++()
+        {
+            node_ = chain_next(*node_);
+            return *this;
+        }
+
+      private:
+        Node *node_;
+    };
+
+    template <class Head>
+    explicit chained(const Head &head) : first_(chain_first<Node>(head))
+    {
+    }
+    iterator begin() const
+    {
+        return iterator(first_);
+    }
+    iterator end() const
+    {
+        return iterator(nullptr);
+    }
+
+  private:
+    Node *first_;
+};
+
 // Moves the whole of `from` to the tail of `to`, in order.
 template <class Node, class Head>
 void chain_splice(Head &to, Head &from)

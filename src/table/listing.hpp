@@ -48,6 +48,25 @@ listing<Item> sorted(const Table &table, Make make)
     return list;
 }
 
+// The keys and their positions, sorted: 0, with an array that the caller frees and its length; 22 if
+// an output is null; 12.
+template <class Table, class Item>
+int sort_keys(const Table &table, Item **items, std::int32_t *count)
+{
+    if (items == nullptr || count == nullptr) {
+        return EINVAL;
+    }
+    const auto list = sorted<Item>(table, [](const node_of<Table> &node, std::int32_t ordinal) {
+        return Item{node.key, ordinal};
+    });
+    if (list.items == nullptr) {
+        return ENOMEM;
+    }
+    *items = list.items;
+    *count = list.count;
+    return 0;
+}
+
 // The item of visit_sorted: one type for all tables, so that there is one copy of the sort.
 struct listed {
     const char *key;
@@ -114,6 +133,40 @@ inline int print_to_buffer(void *buffer, const char *format, ...)
 inline int precision(std::uint32_t length)
 {
     return static_cast<int>(std::min<std::uint32_t>(length, INT_MAX));
+}
+
+constexpr char empty_notice[] = "map is empty\n";
+
+// A dump is the notice for a table that is null or empty, or else what render(table, print, context)
+// prints.
+
+template <class Table, class Render>
+void print_all(const Table *table, print_fn print, void *context, Render render)
+{
+    if (isempty(table)) {
+        print(context, empty_notice);
+    } else {
+        render(*table, print, context);
+    }
+}
+
+template <class Table, class Render>
+void dump(const Table *table, FILE *stream, Render render)
+{
+    if (stream != nullptr) {
+        print_all(table, print_to_stream, stream, render);
+    }
+}
+
+template <class Table, class Render>
+std::uint32_t sndump(const Table *table, char *buffer, std::uint32_t size, Render render)
+{
+    if (buffer == nullptr || size == 0) {
+        return 0;
+    }
+    text_buffer text{buffer, size};
+    print_all(table, print_to_buffer, &text, render);
+    return static_cast<std::uint32_t>(text.end - buffer);
 }
 
 } // namespace textmaps

@@ -44,17 +44,40 @@ map_bucket_t *hashlist(const Table &table, const char *key)
 template <class Table>
 node_of<Table> *find_in(const Table &table, const map_bucket_t &bucket, const char *key)
 {
-    auto *node = chain_first<node_of<Table>>(bucket);
-    while (node != nullptr && keycmp(table, key, node->key) != 0) {
-        node = chain_next(*node);
+    for (auto &node : chained<node_of<Table>>(bucket)) {
+        if (keycmp(table, key, node.key) == 0) {
+            return &node;
+        }
     }
-    return node;
+    return nullptr;
 }
 
 template <class Table>
 node_of<Table> *find(const Table &table, const char *key)
 {
     return find_in(table, *hashlist(table, key), key);
+}
+
+// Where a key is, or would be: `node` is null where there is no such key.
+template <class Table>
+struct place {
+    map_bucket_t &bucket;
+    node_of<Table> *node;
+};
+
+template <class Table>
+place<Table> locate(const Table &table, const char *key)
+{
+    map_bucket_t &bucket = *hashlist(table, key);
+    return {bucket, find_in(table, bucket, key)};
+}
+
+// Takes the node of the place out of the table. The caller disposes of it.
+template <class Table>
+void unlink_node(Table &table, const place<Table> &at)
+{
+    chain_remove(at.bucket, *at.node);
+    --table.numkeys;
 }
 
 template <class Table>
@@ -143,6 +166,22 @@ class nodes {
     const Table &table_;
 };
 
+template <class Table>
+bool isempty(const Table *table)
+{
+    return table == nullptr || table->numkeys == 0;
+}
+
+template <class Table, class Count>
+int key_count(const Table *table, Count *count)
+{
+    if (table == nullptr || count == nullptr) {
+        return EINVAL;
+    }
+    *count = static_cast<Count>(table->numkeys);
+    return 0;
+}
+
 // The key at a position of the iteration order, counted from 0; null when there is none.
 template <class Table>
 const char *key_name(const Table *table, std::int32_t ordinal)
@@ -199,6 +238,20 @@ int clear(Table *table, Release release)
         }
     }
     return 0;
+}
+
+// Makes dst hold what add() adds to it, or nothing if that fails.
+template <class Table, class Release, class Add>
+int refill(Table *dst, Release release, Add add)
+{
+    int result = clear(dst, release);
+    if (result == 0) {
+        result = add();
+        if (result != 0) {
+            clear(dst, release);
+        }
+    }
+    return result;
 }
 
 // Gives back the bucket array of a cleared table. Limits and casekeys keep their values.
@@ -286,12 +339,12 @@ int setcasekeys(Table *table, std::uint32_t flag, Absorb absorb)
     gather(*table, queue);
     table->casekeys = casekeys;
     while (auto *node = chain_take_first<node_of<Table>>(queue)) {
-        map_bucket_t *bucket = hashlist(*table, node->key);
-        if (auto *survivor = find_in(*table, *bucket, node->key)) {
+        const auto at = locate(*table, node->key);
+        if (at.node != nullptr) {
             --table->numkeys;
-            absorb(*survivor, node);
+            absorb(*at.node, node);
         } else {
-            chain_append(*bucket, *node);
+            chain_append(at.bucket, *node);
         }
     }
     return 0;
