@@ -1,20 +1,9 @@
 // Every allocating call of the map, with each of its allocations failing, once and for good.
 #include "map_fixture.hpp"
 
-#include <cstdarg>
-
 using allocations::Failure;
 
 namespace {
-
-int print_to_stream(void *stream, const char *format, ...)
-{
-    va_list arguments;
-    va_start(arguments, format);
-    const int result = std::vfprintf(static_cast<FILE *>(stream), format, arguments);
-    va_end(arguments);
-    return result;
-}
 
 struct Call {
     const char *name;
@@ -359,7 +348,7 @@ TEST_F(MapPrintFaults, FallBackToIterationOrder)
 
         const std::string printed = written([&](FILE *stream) {
             Failure failure(0, how);
-            map_print(&map, print_to_stream, stream);
+            map_print(&map, print_to_file, stream);
             EXPECT_TRUE(failure.happened());
         });
         EXPECT_EQ(printed, lines_in_iteration_order(""));

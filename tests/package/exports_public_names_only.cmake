@@ -9,12 +9,16 @@ function(names_in text pattern variable)
   set(${variable} "${names}" PARENT_SCOPE)
 endfunction()
 
-file(READ ${SOURCE_DIR}/include/textmaps/map.h header)
-string(REGEX REPLACE "/\\*[^*]*\\*+([^/*][^*]*\\*+)*/" "" header "${header}")
-names_in("${header}" "map_[a-z0-9_]+\\(" declared)
+file(GLOB headers ${SOURCE_DIR}/include/textmaps/*.h)
+foreach(header ${headers})
+  file(READ ${header} text)
+  string(REGEX REPLACE "/\\*[^*]*\\*+([^/*][^*]*\\*+)*/" "" text "${text}")
+  string(APPEND declarations "${text}")
+endforeach()
+names_in("${declarations}" "[a-z]*map_[a-z0-9_]+\\(" declared)
 
 file(READ ${SOURCE_DIR}/src/textmaps.map script)
-names_in("${script}" "map_[a-z0-9_]+[^a-z0-9_]" listed)
+names_in("${script}" "[a-z]*map_[a-z0-9_]+[^a-z0-9_]" listed)
 
 execute_process(COMMAND ${NM} -D --defined-only ${LIBRARY}
                 OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)

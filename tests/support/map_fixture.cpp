@@ -134,39 +134,12 @@ int replace(map_t &map, const char *key, std::string_view value)
     return map_replace(&map, key, value.data(), static_cast<uint32_t>(value.size()));
 }
 
-std::string written(const std::function<void(FILE *)> &write)
-{
-    char *text = nullptr;
-    std::size_t size = 0;
-    FILE *stream = open_memstream(&text, &size);
-    write(stream);
-    std::fclose(stream);
-    std::string result(text, size);
-    std::free(text);
-    return result;
-}
-
 std::string header_of(const map_t &map)
 {
     char header[128];
     std::snprintf(header, sizeof header, "map %p hashsize=%d numkeys=%d\n",
                   static_cast<const void *>(&map), static_cast<int>(map.hashsize), map.numkeys);
     return header;
-}
-
-uint32_t hash_all_to_zero(const void *, const char *)
-{
-    return 0;
-}
-
-uint32_t hash_first_byte(const void *, const char *key)
-{
-    return static_cast<unsigned char>(key[0]);
-}
-
-uint32_t hash_length(const void *, const char *key)
-{
-    return static_cast<uint32_t>(std::strlen(key));
 }
 
 Map::Map()

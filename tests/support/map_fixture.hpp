@@ -2,20 +2,12 @@
 // value, and short forms of filling and reading.
 #pragma once
 
-#include "allocations.hpp"
+#include "helpers.hpp"
 
 #include <textmaps/map.h>
 
-#include <gtest/gtest.h>
-
-#include <cerrno>
-#include <functional>
 #include <optional>
-#include <string>
 #include <string_view>
-#include <vector>
-
-using namespace std::string_literals;
 
 // The full state of a map: settings, and every entry with its address, bucket by bucket.
 struct MapState {
@@ -63,16 +55,8 @@ map_t released_map();
 int insert(map_t &map, const char *key, std::string_view value);
 int replace(map_t &map, const char *key, std::string_view value);
 
-// What a function writes to a stream.
-std::string written(const std::function<void(FILE *)> &write);
-
 // What map_dump prints before the entries.
 std::string header_of(const map_t &map);
-
-// Hash functions of a caller's.
-uint32_t hash_all_to_zero(const void *container, const char *key);
-uint32_t hash_first_byte(const void *container, const char *key);
-uint32_t hash_length(const void *container, const char *key);
 
 // A map of its own that checks itself.
 class Map {

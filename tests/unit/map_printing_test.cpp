@@ -35,15 +35,6 @@ int record(void *context, const char *format, ...)
     return -1;
 }
 
-int print_to_file(void *file, const char *format, ...)
-{
-    va_list arguments;
-    va_start(arguments, format);
-    const int result = std::vfprintf(static_cast<FILE *>(file), format, arguments);
-    va_end(arguments);
-    return result;
-}
-
 std::string printed(const map_t *map)
 {
     return written([=](FILE *stream) { map_print(map, print_to_file, stream); });
