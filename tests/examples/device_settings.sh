@@ -1,68 +1,17 @@
 #!/bin/sh
-# Runs one case against the example program:
+# Runs one case against the example program device_settings:
 #
-#     cases.sh CASE [EMULATOR...] PROGRAM
+#     device_settings.sh CASE [EMULATOR...] PROGRAM
 #
 # with the path of the sample in SAMPLE and the program's byte order, as CMake calls it, in
 # BYTE_ORDER. A case is a function that gets the words to start the program as its arguments.
-set -eu
-export LC_ALL=C
-
-fail()
-{
-    echo "$1" >&2
-    echo "--- out" >&2
-    head -c 4000 out >&2
-    echo "--- err" >&2
-    head -c 4000 err >&2
-    exit 1
-}
-
-# run STATUS COMMAND...: runs the command and keeps what it writes in the files out and err.
-run()
-{
-    expected=$1
-    shift
-    status=0
-    "$@" >out 2>err || status=$?
-    [ "$status" -eq "$expected" ] || fail "exit status $status instead of $expected: $*"
-}
-
-# Compare all of what was written with the standard input. The words of strerror belong to the
-# system, and so does the address of the map.
-expect_out()
-{
-    sed -e 's/^map [^ ]* hash/map ADDRESS hash/' -e 's/ ([A-Z][^)]*)$//' out >out.neutral
-    diff -u - out.neutral || fail "unexpected output"
-}
-
-expect_err()
-{
-    grep -v '^summary: ' err >err.reports || :
-    diff -u - err.reports || fail "unexpected reports"
-}
-
-expect_summary()
-{
-    sed -n 's/^summary: //p' err >err.summary
-    diff -u - err.summary || fail "unexpected summary"
-}
+. "$(dirname "$0")/common.sh"
 
 # Compares the settings that were listed with the standard input.
 expect_settings()
 {
     sed -e '1,/^Settings$/d' -e '/^map /d' out >out.settings
     diff -u - out.settings || fail "unexpected settings"
-}
-
-expect_nothing()
-{
-    [ ! -s "$1" ] || fail "something in $1"
-}
-
-expect_line()
-{
-    grep -qxF -e "$2" "$1" || fail "no line in $1: $2"
 }
 
 case_shows_the_sample()
@@ -374,12 +323,6 @@ lines=0
 malformed=0
 stored=0
 END
-}
-
-# A text of 2^20 times the letter x.
-mebibyte()
-{
-    head -c 1048576 /dev/zero | tr '\0' x
 }
 
 case_reads_a_line_of_a_mebibyte()
@@ -725,12 +668,4 @@ case_manages_without_the_kernels_files()
 END
 }
 
-# In blocks of 512 bytes: a program that writes without end must not fill the disk.
-ulimit -f 32768
-
-case_name=$1
-shift
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-cd "$work"
-"case_$case_name" "$@"
+run_case "$@"
