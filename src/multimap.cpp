@@ -66,6 +66,19 @@ int put(target<multimap_t> &to, const void *data, uint32_t len)
                                 : append_value(to, make_value<multimap_value_t>(data, len));
 }
 
+// Frees the value that pick(key node) gives: 0, or 2 for a missing key or null.
+template <class Pick>
+int drop(multimap_t &map, const char *key, Pick pick)
+{
+    const auto at = locate(map, key);
+    auto *value = at.node != nullptr ? pick(*at.node) : nullptr;
+    if (value == nullptr) {
+        return ENOENT;
+    }
+    drop_value(map, at, value);
+    return 0;
+}
+
 constexpr auto put_value = [](target<multimap_t> &to, const multimap_value_t &value) {
     return put(to, value.data, value.len);
 };

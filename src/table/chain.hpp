@@ -74,6 +74,18 @@ void chain_remove(Head &head, Node &node)
     link_set(prev, chain_next(node));
 }
 
+// Puts a node that is linked nowhere in the place of `old`.
+template <class Head, class Node>
+void chain_replace(Head &head, Node &old, Node &node)
+{
+    void *prev = link_get<void>(&old.prev);
+    Node *next = chain_next(old);
+    link_set(&node.next, next);
+    link_set(&node.prev, prev);
+    link_set(prev, &node);
+    link_set(next != nullptr ? static_cast<void *>(&next->prev) : &head.last, &node.next);
+}
+
 // Unlinks and returns the first node; null when the chain is empty.
 template <class Node, class Head>
 Node *chain_take_first(Head &head)

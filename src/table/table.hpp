@@ -208,17 +208,22 @@ inline map_bucket_t *allocate_buckets(std::uint32_t count)
     return buckets;
 }
 
-// The fields that every record has. A failure (12) leaves the record released.
+// The fields that every record has. A failure (12) leaves the record released; so does a size of 0,
+// since no bucket could hold a key.
 template <class Table>
 int init(Table &table, std::uint32_t hashsize)
 {
     table.maxkeys = -1;
     table.numkeys = 0;
     table.casekeys = 0;
+    table.hashsize = 0;
     table.hashfunc = nullptr;
-    table.buckets = allocate_buckets(hashsize);
-    table.hashsize = table.buckets != nullptr ? hashsize : 0;
-    return table.buckets != nullptr ? 0 : ENOMEM;
+    table.buckets = hashsize != 0 ? allocate_buckets(hashsize) : nullptr;
+    if (table.buckets == nullptr) {
+        return hashsize != 0 ? ENOMEM : 0;
+    }
+    table.hashsize = hashsize;
+    return 0;
 }
 
 // Hands every node to `release`, unlinked.

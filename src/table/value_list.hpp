@@ -30,6 +30,12 @@ chained<value_in<Key>> values(const Key &key)
     return chained<value_in<Key>>(key.values);
 }
 
+template <class Value>
+bool is_equal(const Value &value, const void *data, std::uint32_t length)
+{
+    return value.len == length && std::memcmp(value.data, data, length) == 0;
+}
+
 // The first value of these bytes, and its position; null if there is none.
 template <class Key>
 value_in<Key> *find_value(const Key &key, const void *data, std::uint32_t length,
@@ -37,7 +43,7 @@ value_in<Key> *find_value(const Key &key, const void *data, std::uint32_t length
 {
     position = 0;
     for (auto &value : values(key)) {
-        if (value.len == length && std::memcmp(value.data, data, length) == 0) {
+        if (is_equal(value, data, length)) {
             return &value;
         }
         ++position;
@@ -163,31 +169,20 @@ void release_key(Table &table, node_of<Table> *node)
     std::free(node);
 }
 
-// Frees one value, and its key with the last.
+// Frees one value, and its key with the last. Whether the key is still there.
 template <class Table>
-void drop_value(Table &table, const place<Table> &at, value_of<Table> *value)
+bool drop_value(Table &table, const place<Table> &at, value_of<Table> *value)
 {
     chain_remove(at.node->values, *value);
     --at.node->count;
     --table.numvalues;
     std::free(value);
-    if (at.node->count == 0) {
-        unlink_node(table, at);
-        release_key(table, at.node);
+    if (at.node->count != 0) {
+        return true;
     }
-}
-
-// Frees the value that pick(key node) gives: 0, or 2 for a missing key or null.
-template <class Table, class Pick>
-int drop(Table &table, const char *key, Pick pick)
-{
-    const auto at = locate(table, key);
-    auto *value = at.node != nullptr ? pick(*at.node) : nullptr;
-    if (value == nullptr) {
-        return ENOENT;
-    }
-    drop_value(table, at, value);
-    return 0;
+    unlink_node(table, at);
+    release_key(table, at.node);
+    return false;
 }
 
 template <class Table>
@@ -331,14 +326,16 @@ int add_values(Table &dst, const node_of<Table> &key, Put put)
     return 0;
 }
 
-// Adds the values of all keys, as above.
+// Adds the values of all keys, as above; at most those of so many buckets.
 template <class Table, class Put>
-int add_all(Table &dst, const Table &src, Put put)
+int add_all(Table &dst, const Table &src, Put put, std::uint32_t buckets = UINT32_MAX)
 {
-    for (const auto &key : nodes(src)) {
-        const int result = add_values(dst, key, put);
-        if (result != 0) {
-            return result;
+    for (std::uint32_t i = 0; i < std::min(buckets, src.hashsize); ++i) {
+        for (const auto &key : chained<node_of<Table>>(src.buckets[i])) {
+            const int result = add_values(dst, key, put);
+            if (result != 0) {
+                return result;
+            }
         }
     }
     return 0;
@@ -384,7 +381,7 @@ int copy(const Table *src, Table *dst, Put put)
         return EINVAL;
     }
     return refill_lists(dst, [=] {
-        const int result = sethashsize(dst, src->hashsize);
+        const int result = dst->hashsize == src->hashsize ? 0 : sethashsize(dst, src->hashsize);
         return result != 0 ? result : add_all(*dst, *src, put);
     });
 }

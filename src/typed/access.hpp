@@ -17,30 +17,42 @@ int with_value(const Container *container, const char *key, typename Row::argume
     return Row::with_text(value, use);
 }
 
+// The same with formatted text.
+template <class Container, class Use>
+int with_format(const Container *container, const char *key, const char *format, va_list arguments,
+                Use use)
+{
+    if (container == nullptr || key == nullptr || format == nullptr) {
+        return EINVAL;
+    }
+    return with_formatted(format, arguments, use);
+}
+
 // Operations that take the text as their last arguments, such as an insert.
 template <class Container>
 using operation = int (*)(Container *container, const char *key, const void *data,
                           std::uint32_t length);
 
+template <class Container>
+auto call_with_text(operation<Container> call, Container *container, const char *key)
+{
+    return [=](const char *text, std::uint32_t size) {
+        return call(container, key, text, size);
+    };
+}
+
 template <class Row, class Container>
 int write_value(operation<Container> call, Container *container, const char *key,
-          typename Row::argument value)
+                typename Row::argument value)
 {
-    return with_value<Row>(container, key, value, [=](const char *text, std::uint32_t size) {
-        return call(container, key, text, size);
-    });
+    return with_value<Row>(container, key, value, call_with_text(call, container, key));
 }
 
 template <class Container>
 int write_formatted(operation<Container> call, Container *container, const char *key,
                     const char *format, va_list arguments)
 {
-    if (container == nullptr || key == nullptr || format == nullptr) {
-        return EINVAL;
-    }
-    return with_formatted(format, arguments, [=](const char *text, std::uint32_t size) {
-        return call(container, key, text, size);
-    });
+    return with_format(container, key, format, arguments, call_with_text(call, container, key));
 }
 
 // A reader's fetch(value, length) gives the value's bytes: 0, or an error that it passes on.

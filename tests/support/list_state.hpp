@@ -15,9 +15,11 @@ struct ListState {
     struct Value {
         const void *address;
         std::string data;
+        uint32_t index;
         bool operator==(const Value &other) const
         {
-            return std::tie(address, data) == std::tie(other.address, other.data);
+            return std::tie(address, data, index) ==
+                   std::tie(other.address, other.data, other.index);
         }
     };
     struct Key {
@@ -71,7 +73,8 @@ std::ostream &operator<<(std::ostream &out, const ListState<Container> &state)
         for (const auto &key : state.chains[i]) {
             out << "\n  [" << i << "] " << key.address << ' ' << testing::PrintToString(key.key);
             for (const auto &value : key.values) {
-                out << "\n      " << value.address << ' ' << testing::PrintToString(value.data);
+                out << "\n      " << value.address << ' ' << testing::PrintToString(value.data)
+                    << " index=" << value.index;
             }
         }
     }
@@ -80,11 +83,12 @@ std::ostream &operator<<(std::ostream &out, const ListState<Container> &state)
 
 // Reads the state and, on the way, fails the test on every invariant that does not hold: links both
 // ways, tails, bucket choice, no two equal keys, no key without values, the counts, text and bytes
-// right behind their nodes. check_value(values of the key so far, node) adds the family's own.
+// right behind their nodes. inspect(values of the key so far, node) checks the family's own rules and
+// gives the node's index, 0 where it has none.
 template <class KeyNode, class ValueNode, class Container, class HashList, class KeyCmp,
-          class CheckValue>
+          class Inspect>
 ListState<Container> list_state_of(const Container &container, HashList hashlist, KeyCmp keycmp,
-                                   CheckValue check_value)
+                                   Inspect inspect)
 {
     ListState<Container> state(container);
     if (container.buckets == nullptr) {
@@ -118,9 +122,10 @@ ListState<Container> list_state_of(const Container &container, HashList hashlist
                 ++values;
                 EXPECT_EQ(static_cast<const void *>(value->prev), value_link);
                 EXPECT_EQ(value->data, static_cast<const void *>(value + 1));
-                check_value(key.values, *value);
+                const uint32_t index = inspect(key.values, *value);
                 key.values.push_back(
-                    {value, std::string(static_cast<const char *>(value->data), value->len)});
+                    {value, std::string(static_cast<const char *>(value->data), value->len),
+                     index});
                 value_link = &value->next;
             }
             EXPECT_EQ(value, nullptr) << "more values than numvalues, or a loop";

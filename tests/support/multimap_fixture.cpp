@@ -11,6 +11,7 @@ MultimapState state_of(const multimap_t &map)
             for (const MultimapState::Value &other : earlier) {
                 EXPECT_NE(other.data, data) << "the same value twice under a key";
             }
+            return 0U;
         });
 }
 
