@@ -70,8 +70,9 @@ constexpr auto put_value = [](target<arraymap_t> &to, const arraymap_value_t &va
 };
 
 constexpr auto put_missing_value = [](target<arraymap_t> &to, const arraymap_value_t &value) {
-    const bool held = to.at.node != nullptr && find_value(*to.at.node, value.data, value.len);
-    return held ? 0 : put(to, value.data, value.len);
+    const auto *held = to.at.node;
+    const bool present = held != nullptr && find_value(*held, value.data, value.len) != nullptr;
+    return present ? 0 : put(to, value.data, value.len);
 };
 
 // By the index field, which is not always the position: see arraymap_setcasekeys.
@@ -94,16 +95,8 @@ void renumber(const arraymap_key_t &key)
 }
 
 constexpr auto render = [](const arraymap_t &map, print_fn print, void *context) {
-    print(context, "arraymap %p hashsize=%d numkeys=%d numvalues=%d\n",
-          static_cast<const void *>(&map), static_cast<int>(map.hashsize), map.numkeys,
-          map.numvalues);
-    print_sorted(map, print, context);
+    print_with_header("arraymap", map, print, context);
 };
-
-bool on_value(const arraymap_value_iter_t *iter)
-{
-    return iter != nullptr && iter->map != nullptr && iter->key != nullptr && iter->node != nullptr;
-}
 
 } // namespace
 } // namespace textmaps
@@ -122,13 +115,13 @@ int _arraymap_keycmp(const arraymap_t *map, const char *a, const char *b)
 
 arraymap_key_t *_arraymap_entry(const arraymap_t *map, const char *key)
 {
-    return find(*map, key);
+    return lookup(map, key);
 }
 
 arraymap_value_t *_arraymap_value(const arraymap_t *map, const char *key, const void *data,
                                   uint32_t len)
 {
-    const arraymap_key_t *node = find(*map, key);
+    const arraymap_key_t *node = lookup(map, key);
     return node != nullptr ? find_value(*node, data, len) : nullptr;
 }
 
@@ -211,8 +204,8 @@ int arraymap_delete(arraymap_t *map, const char *key, const void *data, uint32_t
     if (first == nullptr) {
         return ENOENT;
     }
-    // The caller's bytes may lie in any of the values that go: the others are compared with the first,
-    // which goes last.
+    // The caller's bytes may lie in any of the values that go: the others are compared with the
+    // first, which goes last.
     for (arraymap_value_t *value = chain_next(*first); value != nullptr;) {
         arraymap_value_t *next = chain_next(*value);
         if (is_equal(*value, first->data, len)) {
@@ -276,21 +269,17 @@ const void *arraymap_value_next(arraymap_value_iter_t *iter)
         return nullptr;
     }
     ++iter->position;
-    if (iter->node->next == nullptr) {
-        return nullptr;
-    }
-    iter->node = iter->node->next;
-    return iter->node->data;
+    return value_next(iter);
 }
 
 const void *arraymap_value_elem(const arraymap_value_iter_t *iter)
 {
-    return on_value(iter) ? iter->node->data : nullptr;
+    return value_elem(iter);
 }
 
 uint32_t arraymap_value_size(const arraymap_value_iter_t *iter)
 {
-    return on_value(iter) ? iter->node->len : 0;
+    return value_size(iter);
 }
 
 uint32_t arraymap_value_index(const arraymap_value_iter_t *iter)
@@ -377,10 +366,7 @@ int arraymap_intersection(const arraymap_t *a, const arraymap_t *b, arraymap_t *
 
 int arraymap_union(const arraymap_t *a, const arraymap_t *b, arraymap_t *dst)
 {
-    if (a == nullptr || b == nullptr || dst == nullptr || dst == a || dst == b) {
-        return EINVAL;
-    }
-    return refill_lists(dst, [=] {
+    return combine(a, b, dst, [=] {
         const int result = add_all(*dst, *a, put_value);
         return result != 0 ? result : add_all(*dst, *b, put_missing_value, a->hashsize);
     });

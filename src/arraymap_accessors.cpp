@@ -1,5 +1,5 @@
-// The arraymap's typed layer. Every function renders or parses by its row and calls one operation of
-// the core.
+// The arraymap's typed layer. Every function renders or parses by its row and calls one operation
+// of the core.
 #include "typed/access.hpp"
 
 #include <textmaps/arraymap.h>

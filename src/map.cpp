@@ -169,7 +169,7 @@ int _map_keycmp(const map_t *map, const char *key, const char *stored_key)
 
 map_entry_t *_map_entry(const map_t *map, const char *key)
 {
-    return find(*map, key);
+    return lookup(map, key);
 }
 
 int map_init(map_t *map)
@@ -240,7 +240,7 @@ int map_haskey(const map_t *map, const char *key)
 
 const map_entry_t *map_get_entry(const map_t *map, const char *key)
 {
-    return has_buckets(map) && key != nullptr ? find(*map, key) : nullptr;
+    return lookup(map, key);
 }
 
 const char *map_first(const map_t *map, map_iter_t *iter)

@@ -186,8 +186,8 @@ class array_key {
         return text_;
     }
 
-    // Where an append notes the count to come. It is not cut, and never as long as a cut key, so that
-    // it is no key of any array.
+    // Where an append notes the count to come. It is not cut, and never as long as a cut key, so
+    // that it is no key of any array.
     const char *count_to_come()
     {
         const char *suffix = length_ + sizeof ":max+1" == room ? ":max+01" : ":max+1";

@@ -54,7 +54,8 @@ static_assert(offsetof(multimap_sort_item_t, key) == 0);
 static_assert(offsetof(multimap_sort_item_t, ordinal) == word);
 static_assert(sizeof(multimap_sort_item_t) == 2 * word);
 
-// The values of one key are distinct: those added to a new key are not looked for.
+// The values added to one target are distinct among themselves: they are sought among those that
+// the key had before.
 bool holds(const target<multimap_t> &to, const void *data, uint32_t len)
 {
     return to.held != nullptr && find_value(*to.held, data, len) != nullptr;
@@ -66,7 +67,7 @@ int put(target<multimap_t> &to, const void *data, uint32_t len)
                                 : append_value(to, make_value<multimap_value_t>(data, len));
 }
 
-// Frees the value that pick(key node) gives: 0, or 2 for a missing key or null.
+// Frees the value that pick(key node) gives: 0, or 2 where there is no key or pick gives null.
 template <class Pick>
 int drop(multimap_t &map, const char *key, Pick pick)
 {
@@ -84,20 +85,14 @@ constexpr auto put_value = [](target<multimap_t> &to, const multimap_value_t &va
 };
 
 constexpr auto put_missing_value = [](target<multimap_t> &to, const multimap_value_t &value) {
-    return holds(to, value.data, value.len) ? 0 : put(to, value.data, value.len);
+    return holds(to, value.data, value.len)
+               ? 0
+               : append_value(to, make_value<multimap_value_t>(value.data, value.len));
 };
 
 constexpr auto render = [](const multimap_t &map, print_fn print, void *context) {
-    print(context, "multimap %p hashsize=%d numkeys=%d numvalues=%d\n",
-          static_cast<const void *>(&map), static_cast<int>(map.hashsize), map.numkeys,
-          map.numvalues);
-    print_sorted(map, print, context);
+    print_with_header("multimap", map, print, context);
 };
-
-bool on_value(const multimap_value_iter_t *iter)
-{
-    return iter != nullptr && iter->map != nullptr && iter->key != nullptr && iter->node != nullptr;
-}
 
 } // namespace
 } // namespace textmaps
@@ -116,13 +111,13 @@ int _multimap_keycmp(const multimap_t *map, const char *a, const char *b)
 
 multimap_key_t *_multimap_entry(const multimap_t *map, const char *key)
 {
-    return find(*map, key);
+    return lookup(map, key);
 }
 
 multimap_value_t *_multimap_value(const multimap_t *map, const char *key, const void *data,
                                   uint32_t len)
 {
-    const multimap_key_t *node = find(*map, key);
+    const multimap_key_t *node = lookup(map, key);
     return node != nullptr ? find_value(*node, data, len) : nullptr;
 }
 
@@ -229,29 +224,22 @@ const void *multimap_value_first(const multimap_t *map, const char *key,
 
 const void *multimap_value_next(multimap_value_iter_t *iter)
 {
-    if (!on_value(iter) || iter->node->next == nullptr) {
-        return nullptr;
-    }
-    iter->node = iter->node->next;
-    return iter->node->data;
+    return on_value(iter) ? value_next(iter) : nullptr;
 }
 
 const void *multimap_value_elem(const multimap_value_iter_t *iter)
 {
-    return on_value(iter) ? iter->node->data : nullptr;
+    return value_elem(iter);
 }
 
 uint32_t multimap_value_size(const multimap_value_iter_t *iter)
 {
-    return on_value(iter) ? iter->node->len : 0;
+    return value_size(iter);
 }
 
 uint32_t multimap_value_count(const multimap_value_iter_t *iter)
 {
-    if (!on_value(iter) || !has_buckets(iter->map)) {
-        return 0;
-    }
-    const multimap_key_t *node = find(*iter->map, iter->key);
+    const multimap_key_t *node = on_value(iter) ? lookup(iter->map, iter->key) : nullptr;
     return node != nullptr ? node->count : 0;
 }
 
@@ -329,10 +317,7 @@ int multimap_intersection(const multimap_t *a, const multimap_t *b, multimap_t *
 
 int multimap_union(const multimap_t *a, const multimap_t *b, multimap_t *dst)
 {
-    if (a == nullptr || b == nullptr || dst == nullptr || dst == a || dst == b) {
-        return EINVAL;
-    }
-    return refill_lists(dst, [=] {
+    return combine(a, b, dst, [=] {
         const int result = add_all(*dst, *a, put_value);
         return result != 0 ? result : multimap_merge(b, dst);
     });
@@ -340,7 +325,10 @@ int multimap_union(const multimap_t *a, const multimap_t *b, multimap_t *dst)
 
 int multimap_merge(const multimap_t *src, multimap_t *dst)
 {
-    return src == nullptr || dst == nullptr ? EINVAL : add_all(*dst, *src, put_missing_value);
+    if (src == nullptr || dst == nullptr) {
+        return EINVAL;
+    }
+    return dst == src ? 0 : add_all(*dst, *src, put_missing_value);
 }
 
 int multimap_copy(const multimap_t *src, multimap_t *dst)

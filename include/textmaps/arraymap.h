@@ -2,7 +2,7 @@
  * @file arraymap.h
  * @brief The arraymap: a hash table that keeps a list of values per key, addressed by position.
  *
- * The caller owns the record, a `arraymap_t` on its stack or inside a larger record. The arraymap
+ * The caller owns the record, an `arraymap_t` on its stack or inside a larger record. The arraymap
  * owns one array of buckets, one block of memory for each key, which holds a key node and the key's
  * text, and one for each value, which holds a value node and the value's bytes:
  *
@@ -18,23 +18,25 @@
  *                                                  |             +-----------------^
  *                                                  v next value
  *
- * A key exists as long as it holds a value: its first value makes it, and it goes with its last. The
- * values of a key stand in the order in which they were inserted, and equal ones stand side by side.
+ * A key exists as long as it holds a value: its first value makes it, and it goes with its last.
+ * The values of a key stand in the order in which they were inserted, and may repeat.
  *
  * A value's *position* is its place in the list, from 0; its *index* is the number in its node, by
  * which `arraymap_replace` and `arraymap_remove` find it. The two are the same, other than for the
- * values of keys that `arraymap_setcasekeys` merged, until the next removal from that list.
+ * values of keys that `arraymap_setcasekeys` merged, until the next removal from that list: an
+ * index may then repeat, which means the first value that has it, or be that of no value.
  *
  * Life: `arraymap_init`, any calls, `arraymap_destroy`; then `arraymap_init` may be called again. A
  * record is *released* after `arraymap_destroy` and after a failed `arraymap_init`: what needs the
  * buckets, `arraymap_destroy` included, then gives 22 (or NULL, or 0), while counting and the
- * settings still return 0. A record that was never initialised may only be given to `arraymap_init`.
+ * settings still return 0. A record that was never initialised may only be given to
+ * `arraymap_init`.
  *
  * Pointers to keys and values that the arraymap hands out lead into its own memory. A value's stays
- * valid until that value is replaced or removed, a key's until its last value is; both until the arraymap is
- * cleared or destroyed. `arraymap_setcasekeys` frees keys and values that become equal. No other call
- * moves a node. Whatever is handed in is copied, and may itself lie inside the arraymap: a key or
- * value of the very node that the call frees is safe.
+ * valid until that value is replaced or removed, a key's until its last value is; both until the
+ * arraymap is cleared or destroyed. `arraymap_setcasekeys` frees keys and values that become equal.
+ * No other call moves a node. What is stored is copied, and whatever is handed in may itself lie
+ * inside the arraymap: a key or value of the very node that the call frees is safe.
  *
  * Iteration order is bucket by bucket, and within a bucket the order in which keys were added. It
  * depends on the hash and on `hashsize`.
@@ -138,10 +140,10 @@ int arraymap_init(arraymap_t *map);
  * Makes a record an empty arraymap as `arraymap_init` does, with a given number of buckets.
  *
  * @param hashsize  Taken as given. It should be a power of two: with any other number some buckets
- *                  stay unused, and such an arraymap cannot be copied into one of another size. With 0
- *                  no bucket is allocated and the record is as a released one: every call on it is
- *                  safe and gives what a released record gives, until `arraymap_sethashsize` or another
- *                  initialisation makes it live.
+ *                  stay unused, and such an arraymap cannot be copied into one of another size.
+ *                  With 0 no bucket is allocated and the record is as a released one: every call on
+ *                  it is safe and gives what a released record gives, until `arraymap_sethashsize`
+ *                  or another initialisation makes it live.
  * @return 0; 22 if `map` is NULL; 12 if there is no memory or the array would not fit the address
  * space, and the record is released.
  */
@@ -176,9 +178,9 @@ int arraymap_clear(arraymap_t *map);
  * @param key   Copied, for a new key.
  * @param data  The value, copied; not NULL even if `len` is 0.
  * @param len   Of the value, in bytes.
- * @return 0; 1 if the key is new and the key limit is reached; 22 if `map`, `key` or `data` is NULL or
- * the arraymap is released; 12 if there is no memory. One allocation for the value, and one for a
- * new key. Cost: constant beyond the look-up of the key.
+ * @return 0; 1 if the key is new and the key limit is reached; 22 if `map`, `key` or `data` is NULL
+ * or the arraymap is released; 12 if there is no memory. One allocation for the value, and one for
+ * a new key. Cost: constant beyond the look-up of the key.
  */
 int arraymap_insert(arraymap_t *map, const char *key, const void *data, uint32_t len);
 
@@ -209,10 +211,10 @@ int arraymap_remove(arraymap_t *map, const char *key, uint32_t index);
  * Removes every value of a key that equals the given one, and the key with the last value. The
  * indexes of the others are then their positions.
  *
- * @param data  May lie in one of the values that go.
+ * @param data  The value; not NULL even if `len` is 0. It may lie in one of the values that go.
  * @param len   Of the value, in bytes.
- * @return 0; 2 if there is no such key or it does not hold the value; 22 if `map`, `key` or `data` is
- * NULL or the arraymap is released. Cost: a walk over the key's values.
+ * @return 0; 2 if there is no such key or it does not hold the value; 22 if `map`, `key` or `data`
+ * is NULL or the arraymap is released. Cost: a walk over the key's values.
  */
 int arraymap_delete(arraymap_t *map, const char *key, const void *data, uint32_t len);
 
@@ -260,8 +262,8 @@ int arraymap_haskey(const arraymap_t *map, const char *key);
 /**
  * Starts an iterator on the first key.
  *
- * @return The key; NULL if the arraymap is empty, and the iterator is then past the end; NULL if the
- * arraymap is NULL or released or `iter` is NULL, and the iterator is then left as it was.
+ * @return The key; NULL if the arraymap is empty, and the iterator is then past the end; NULL if
+ * the arraymap is NULL or released or `iter` is NULL, and the iterator is then left as it was.
  */
 const char *arraymap_key_first(const arraymap_t *map, arraymap_key_iter_t *iter);
 
@@ -321,30 +323,33 @@ int arraymap_key_count(const arraymap_t *map, uint32_t *count);
 
 /**
  * @param ordinal  A position in iteration order, from 0.
- * @return The key there, inside the arraymap; NULL if there is none, or if `map` is NULL or released.
- * Cost: a walk to the position from the start.
+ * @return The key there, inside the arraymap; NULL if there is none, or if `map` is NULL or
+ * released. Cost: a walk to the position from the start.
  */
 const char *arraymap_key_name(const arraymap_t *map, int32_t ordinal);
 
 /** @} */
 
 /** @name Printing
- * One line for each value: " %s[%u]=%.*s\n" with the key, the value's position from 0, its length and
- * its bytes. Keys are listed in `strcmp` order, whatever `casekeys` says, and the values of a key in
- * theirs. A value is printed up to its first NUL or its length, whichever comes first. For a
- * arraymap that is NULL or empty there is one line, "map is empty\n".
+ * One line for each value: " %s[%u]=%.*s\n" with the key, the value's position from 0, its length
+ * and its bytes. Keys are listed in `strcmp` order, whatever `casekeys` says, and the values of a
+ * key in theirs. A value is printed up to its first NUL or its length, whichever comes first. For
+ * an arraymap that is NULL or empty there is one line, "map is empty\n".
  *
- * One array is allocated to sort in; without memory for it keys are listed in iteration order. Cost:
- * n log n for n keys. Results of writing are ignored.
+ * One array is allocated to sort in; without memory for it keys are listed in iteration order.
+ * Cost: n log n for n keys. Results of writing are ignored.
  * @{
  */
 
-/** Prints through a caller's function, with no header. A `fn` of NULL prints nothing. */
+/**
+ * Prints through a caller's function, with no header. A `fn` of NULL prints nothing; any other may
+ * read the arraymap, but must not change it.
+ */
 void arraymap_print(const arraymap_t *map, arraymap_print_fn fn, void *context);
 
 /**
- * Prints the header "arraymap %p hashsize=%d numkeys=%d numvalues=%d\n" and the lines. A `stream` of
- * NULL prints nothing.
+ * Prints the header "arraymap %p hashsize=%d numkeys=%d numvalues=%d\n" and the lines. A `stream`
+ * of NULL prints nothing.
  */
 void arraymap_dump(const arraymap_t *map, FILE *stream);
 
@@ -371,7 +376,7 @@ uint32_t arraymap_sndump(const arraymap_t *map, char *buffer, uint32_t size);
  * Changes the number of buckets. For short chains, use at least as many buckets as keys.
  *
  * On a released arraymap it allocates the buckets, and the arraymap is live again with the limits
- * and `casekeys` that it kept.
+ * and `casekeys` that it kept, and a hash function set meanwhile.
  *
  * @param size  A power of two. The present size returns 0 at once.
  * @return 0; 22 if `map` is NULL or `size` is 0 or no power of two; 12 if there is no memory or the
@@ -392,14 +397,14 @@ int arraymap_sethashfunc(arraymap_t *map, map_hash_fn fn);
  * already returns 0 at once.
  *
  * Keys that become equal are merged: the first in iteration order stays, with its spelling, and the
- * values of the others move to the end of its list in their order, other than those equal to one that
- * it holds by then, which are freed. A value that moves keeps its index, so that indexes of the list
- * may repeat and differ from the positions, until the next removal from it. This is not reported,
- * other than by `numkeys` and `numvalues`.
+ * values of the others move to the end of its list in their order, other than those equal to one
+ * that it holds by then, which are freed. A value that moves keeps its index, so that indexes of
+ * the list may repeat and differ from the positions, until the next removal from it. This is not
+ * reported, other than by `numkeys` and `numvalues`.
  *
  * @param flag  0 for case-sensitive keys; any other number for case-insensitive ones.
- * @return 0; 22 if `map` is NULL. Cost: one look-up per key, and a look-up by content for each value
- * of a key that is merged.
+ * @return 0; 22 if `map` is NULL. Cost: one look-up per key, and a look-up by content for each
+ * value of a key that is merged.
  */
 int arraymap_setcasekeys(arraymap_t *map, uint32_t flag);
 
@@ -423,49 +428,53 @@ int arraymap_setmaxvalues(arraymap_t *map, int32_t limit);
 /** @} */
 
 /** @name Comparing and combining arraymaps
- * What fills a destination visits the source's keys in iteration order, the values of each in theirs,
- * and inserts with the destination's own settings. Sources are only read. Cost: each key is hashed
- * once for each arraymap that is searched or filled; where equal values matter, each value is sought
- * among those of its key there.
+ * What fills a destination visits the source's keys in iteration order, the values of each in
+ * theirs, and inserts with the destination's own settings. Sources are only read; a released one is
+ * as an empty one, other than to `arraymap_copy`. Cost: each key is hashed once for each arraymap
+ * that is searched or filled; where equal values matter, each value is sought among those of its
+ * key there.
  * @{
  */
 
 /**
- * Whether two arraymaps hold as many keys and values, and `b` holds every value of `a` under its key.
- * Neither the order of values nor how often each occurs is compared: x, x equals x, y. Keys are looked
- * up with the comparison of `b`, so that the order of the arguments can matter; the other settings do
- * not matter.
+ * Whether two arraymaps hold as many keys and values, and `b` holds every value of `a` under its
+ * key. Neither the order of values nor how often each occurs is compared: x, x equals x, y. Keys
+ * are looked up with the comparison of `b`, so that the order of the arguments can matter; the
+ * other settings do not matter.
  *
  * @return 1 if equal, or if both are NULL; else 0. A released arraymap equals an empty one.
  */
 int arraymap_isequal(const arraymap_t *a, const arraymap_t *b);
 
 /**
- * Fills `dst` with the values of `a` that `b` holds too, each as often as `a` has it. `dst` is cleared
- * first.
+ * Fills `dst` with the values of `a` that `b` holds too, each as often as `a` has it. `dst` is
+ * cleared first.
  *
- * @return 0; 22 if an arraymap is NULL, `dst` is released, or `dst` is `a` or `b` (which then stay as
- * they are); or the code of the insert that failed (1 at the key limit, 12), and then `dst` is empty.
+ * @return 0; 22 if an arraymap is NULL, `dst` is released, or `dst` is `a` or `b` (which then stay
+ * as they are); or the code of the insert that failed (1 at the key limit, 12), and then `dst` is
+ * empty.
  */
 int arraymap_intersection(const arraymap_t *a, const arraymap_t *b, arraymap_t *dst);
 
 /**
- * Fills `dst` with all values of `a`, and then with those of `b` that it does not hold by then, each
- * once. `dst` is cleared first.
+ * Fills `dst` with all values of `a`, and then with those of `b` that it does not hold by then,
+ * each once. `dst` is cleared first.
  *
- * Give both sources the same number of buckets: of `b`, only as many buckets are visited as `a` has.
+ * Give both sources the same number of buckets: of `b`, only as many buckets are visited as `a`
+ * has; none, if `a` is released.
  *
- * @return 0; 22 if an arraymap is NULL, `dst` is released, or `dst` is `a` or `b` (which then stay as
- * they are); or the code of the insert that failed (1 at the key limit, 12), and then `dst` is empty.
+ * @return 0; 22 if an arraymap is NULL, `dst` is released, or `dst` is `a` or `b` (which then stay
+ * as they are); or the code of the insert that failed (1 at the key limit, 12), and then `dst` is
+ * empty.
  */
 int arraymap_union(const arraymap_t *a, const arraymap_t *b, arraymap_t *dst);
 
 /**
  * Adds all values of `src` to `dst`, behind those that are there, equal or not.
  *
- * @return 0; 22 if an arraymap is NULL, both are the same, or `dst` is released and `src` holds keys;
- * or the code of the insert that failed (1 at the key limit, 12), and then `dst` keeps what was added
- * so far.
+ * @return 0; 22 if an arraymap is NULL, both are the same, or `dst` is released and `src` holds
+ * keys; or the code of the insert that failed (1 at the key limit, 12), and then `dst` keeps what
+ * was added so far.
  */
 int arraymap_merge(const arraymap_t *src, arraymap_t *dst);
 
@@ -473,9 +482,10 @@ int arraymap_merge(const arraymap_t *src, arraymap_t *dst);
  * Makes `dst` hold what `src` holds, in as many buckets as `src` has. `dst` is cleared first; its
  * other settings stay.
  *
- * @return 0; 22 if an arraymap is NULL or released, if both are the same (which then stays as it is),
- * or if the number of buckets is to change to one that is no power of two; 12 if there is no memory;
- * 1 at the key limit. If it fails, a `dst` that is live and not `src` is empty.
+ * @return 0; 22 if an arraymap is NULL or released, if both are the same (which then stays as it
+ * is), or if the number of buckets is to change to one that is no power of two; 12 if there is no
+ * memory; 1 at the key limit. If it fails, `dst` is empty, unless an arraymap is NULL or both are
+ * the same.
  */
 int arraymap_copy(const arraymap_t *src, arraymap_t *dst);
 
@@ -484,10 +494,10 @@ int arraymap_copy(const arraymap_t *src, arraymap_t *dst);
 /** @name Typed values: insert
  * Each appends the text form of the value, as `arraymap_insert` does.
  *
- * @return What `arraymap_insert` returns; 22 if `map`, `key` or a pointer given as the value or format
- * is NULL; what the conversion of an address returns if it fails. The fmt form: 12 if there is no
- * memory for the text, `errno` if it cannot be formatted; its arguments may lie inside the arraymap.
- * The str form: 12 also for a text of 4 GiB or more.
+ * @return What `arraymap_insert` returns; 22 if `map`, `key` or a pointer given as the value or
+ * format is NULL; what the conversion of an address returns if it fails. The fmt form: 12 if there
+ * is no memory for the text, `errno` if it cannot be formatted; its arguments may lie inside the
+ * arraymap. The str form: 12 also for a text of 4 GiB or more.
  * @{
  */
 int arraymap_insert_uint64(arraymap_t *map, const char *key, uint64_t value);
@@ -578,10 +588,10 @@ int arraymap_delete_cidr(arraymap_t *map, const char *key, const cidr_t *value);
  * @param position  In the key's list, from 0.
  * @param out       Receives the value; untouched on failure, other than by `arraymap_get_time`.
  * @return 0; 2 if there is no such key or position; 22 if `map`, `key` or `out` is NULL or the
- * arraymap is released; 34 if the text is no number of the type (bucket.h has the rules). The address
- * forms return what the conversion from text returns. They see the first 17 (MAC), 45 (IP) or 91
- * (CIDR) characters only: of a longer text, such as a MAC address with something behind it, the rest
- * goes unnoticed.
+ * arraymap is released; 34 if the text is no number of the type (bucket.h has the rules). The
+ * address forms return what the conversion from text returns. They see the first 17 (MAC), 45 (IP)
+ * or 91 (CIDR) characters only: of a longer text, such as a MAC address with something behind it,
+ * the rest goes unnoticed.
  * @{
  */
 int arraymap_get_uint64(const arraymap_t *map, const char *key, uint32_t position, uint64_t *out);
@@ -619,8 +629,8 @@ int arraymap_get_time(const arraymap_t *map, const char *key, uint32_t position,
  * @param position  In the key's list, from 0.
  * @param buffer    Receives the text with its NUL.
  * @param size      Of the buffer, in bytes. With 0 nothing is written.
- * @return 0, also when the text was cut; 2 if there is no such key or position; 22 if `map`, `key` or
- * `buffer` is NULL or the arraymap is released.
+ * @return 0, also when the text was cut; 2 if there is no such key or position; 22 if `map`, `key`
+ * or `buffer` is NULL or the arraymap is released.
  */
 int arraymap_copy_str(const arraymap_t *map, const char *key, uint32_t position, char *buffer,
                       uint32_t size);

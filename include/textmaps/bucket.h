@@ -5,8 +5,8 @@
  *
  * Results
  * -------
- * An operation that can fail returns an `int`: 0 on success, or a positive number of <errno.h>. What
- * fails changes nothing, unless the function says otherwise.
+ * An operation that can fail returns an `int`: 0 on success, or a positive number of <errno.h>.
+ * What fails changes nothing, unless the function says otherwise.
  *
  * | result      | meaning                                                                 |
  * |-------------|-------------------------------------------------------------------------|
@@ -24,12 +24,14 @@
  * Keys and values
  * ---------------
  * A key is NUL-terminated text, the empty text included; it compares by `strcmp`, or by
- * `strcasecmp` once the container's `casekeys` is set. The built-in hash folds A to Z in every locale,
- * while `strcasecmp` follows the program's: where that folds other letters too, as in a Latin-1
- * locale, or folds I otherwise, as in a Turkish one, keep case-insensitive keys to other letters.
+ * `strcasecmp` once the container's `casekeys` is set. The built-in hash folds A to Z in every
+ * locale, while `strcasecmp` follows the program's: where that folds other letters too, as in a
+ * Latin-1 locale, or folds I otherwise, as in a Turkish one, keep case-insensitive keys to other
+ * letters.
  *
- * A value is a byte string, a pointer and a length in bytes; an empty value still needs a pointer
- * that is not NULL. Containers copy keys and values.
+ * A value is a byte string, a pointer and a length in bytes; unless a function says otherwise, an
+ * empty value still needs a pointer that is not NULL. Containers copy the keys and values that they
+ * store.
  *
  * Key limit
  * ---------
@@ -78,8 +80,9 @@
  *
  * Threads
  * -------
- * None of the containers has locks or global state. Calls on one container must not overlap,
- * readers included.
+ * None of the containers has locks or global state. Calls of several threads on one container must
+ * not overlap, readers included. A function that a container calls may read it, but must not change
+ * it.
  */
 #ifndef TEXTMAPS_BUCKET_H
 #define TEXTMAPS_BUCKET_H
@@ -131,7 +134,9 @@ typedef struct map_bucket {
  *
  * It must give the same number for the same key as long as it is set, and must not change the
  * container. It is not told about `casekeys`: in a case-insensitive container it has to fold case
- * itself, or spellings in different buckets are different keys.
+ * itself, or spellings in different buckets are different keys. If a later change of the hash size
+ * or function brings such spellings into one bucket, look-ups find only the first of them until it
+ * is erased; all of them are counted, iterated and printed.
  */
 typedef uint32_t (*map_hash_fn)(const void *container, const char *key);
 

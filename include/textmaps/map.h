@@ -14,14 +14,15 @@
  *                      |  ...  |         v next entry                   +-----------+
  *
  * Life: `map_init`, any calls, `map_destroy`; then `map_init` may be called again. A record is
- * *released* after `map_destroy` and after a failed `map_init`: what needs the buckets then gives 22
- * (or NULL, or 0), while counting, the settings and `map_destroy` still return 0. A record that was
- * never initialised may only be given to `map_init`.
+ * *released* after `map_destroy` and after a failed `map_init`: what needs the buckets then gives
+ * 22 (or NULL, or 0), while counting, the settings and `map_destroy` still return 0. A record that
+ * was never initialised may only be given to `map_init`.
  *
  * Pointers to keys, values and entries that the map hands out lead into its own memory. They stay
  * valid until that key is replaced, erased, or dropped by `map_setcasekeys`, or the map is cleared
- * or destroyed; no other call moves an entry. Whatever is handed in is copied, and may itself lie
- * inside the map: a value or key of the very entry that the call replaces or erases is safe.
+ * or destroyed; no other call moves an entry. What is stored is copied, and whatever is handed in
+ * may itself lie inside the map: a value or key of the very entry that the call replaces or erases
+ * is safe.
  *
  * Iteration order is bucket by bucket, and within a bucket the order in which entries were added; a
  * replaced key moves to the end of its bucket. It depends on the hash and on `hashsize`.
@@ -239,13 +240,14 @@ const char *map_key_name(const map_t *map, int32_t index);
  * Prints "%s=%.*s\n" for every entry through a caller's function, with no header, sorted. For a map
  * that is NULL or empty it is called once, as `fn(context, "%smap is empty\n", context)`: a
  * context that is a text becomes the notice's prefix, and with any other context `fn` must not
- * format the notice. A `fn` of NULL prints nothing.
+ * format the notice. A `fn` of NULL prints nothing; any other may read the map, but must not change
+ * it.
  */
 void map_print(const map_t *map, map_print_fn fn, void *context);
 
 /**
- * Prints the header "map %p hashsize=%d numkeys=%d\n" and leaves the entries to a caller's function,
- * which gets the sorted keys.
+ * Prints the header "map %p hashsize=%d numkeys=%d\n" and leaves the entries to a caller's
+ * function, which gets the sorted keys.
  *
  * @return What `fn` returns; 22 if `fn` or `stream` is NULL, with nothing printed; 22 if the map
  * is NULL or empty, with "map is empty\n" printed; 22 if there is no memory, with nothing printed.
@@ -324,7 +326,8 @@ int map_setmaxkeys(map_t *map, int32_t limit);
 
 /** @name Comparing and combining maps
  * What fills a destination visits the source in iteration order and inserts with the destination's
- * own settings. Sources are only read. Cost: one look-up per entry for each map that is searched.
+ * own settings. Sources are only read; a released one is as an empty one, other than to `map_copy`.
+ * Cost: one look-up per entry for each map that is searched.
  * @{
  */
 
@@ -341,8 +344,8 @@ int map_cmp(const map_t *map, const char *key, const void *value, uint32_t lengt
 
 /**
  * Whether two maps hold the same keys with the same values. Keys are looked up with the comparison
- * of `b`, so that the order of the arguments can matter if `casekeys` differs; the other settings do
- * not matter.
+ * of `b`, so that the order of the arguments can matter if `casekeys` differs; the other settings
+ * do not matter.
  *
  * @return 1 if equal, or if both are NULL; else 0. A released map equals an empty one.
  */
@@ -351,8 +354,8 @@ int map_isequal(const map_t *a, const map_t *b);
 /**
  * Fills `dst` with the entries of `a` that `b` holds with an equal value. `dst` is cleared first.
  *
- * @return 0; 22 if a map is NULL, `dst` is released, or `dst` is `a` or `b` (which then stay as they
- * are); or the code of the insert that failed (1, 12), and then `dst` is empty.
+ * @return 0; 22 if a map is NULL, `dst` is released, or `dst` is `a` or `b` (which then stay as
+ * they are); or the code of the insert that failed (1, 12), and then `dst` is empty.
  */
 int map_intersection(const map_t *a, const map_t *b, map_t *dst);
 
@@ -379,8 +382,8 @@ int map_copy_dst_hashsize(const map_t *src, map_t *dst);
  * Makes `dst` hold what `src` holds, in as many buckets as `src` has. The other settings of `dst`
  * stay.
  *
- * @return As `map_copy_dst_hashsize`, with the buckets of `src` by then; also 22 if `src` is released
- * and 12 if there is no memory for the buckets, and then `dst` is empty and keeps its own.
+ * @return As `map_copy_dst_hashsize`, with the buckets of `src` by then; also 22 if `src` is
+ * released and 12 if there is no memory for the buckets, and then `dst` is empty and keeps its own.
  */
 int map_copy(const map_t *src, map_t *dst);
 
@@ -566,8 +569,8 @@ int map_casecmp_str(const map_t *map, const char *key, const char *text);
 /**
  * Makes an empty array: stores a count of 0.
  *
- * @return 0; 1 if there is a count already, which stays, or the key limit is reached; 22 if `map` is
- * NULL or released; 12 if there is no memory.
+ * @return 0; 1 if there is a count already, which stays, or the key limit is reached; 22 if `map`
+ * is NULL or released; 12 if there is no memory.
  */
 int map_array_init(map_t *map, const char *name);
 
@@ -598,13 +601,13 @@ int map_array_get_key(const map_t *map, const char *name, int index, char *buffe
  * caller does so, the next call gives the same key.
  *
  * The call also stores the count that the array would then have, under the key "N:max+1" (the name
- * cut to 127 characters; "N:max+01" for a name of 121). No array has a key like it and nothing reads
- * it, but it takes up one key of the map.
+ * cut to 127 characters; "N:max+01" for a name of 121). No array has a key like it and nothing
+ * reads it, but it takes up one key of the map.
  *
  * @param name    One of 127 characters or more must not lie in the entry "N:max+1" itself.
  * @param buffer  Receives the key, cut silently to `size - 1` characters. It must not overlap the
- *                name. If the call fails once the count is read, it holds the first three characters
- *                of "N:max".
+ *                name. If the call fails once the count is read, it holds the first three
+ *                characters of "N:max".
  * @param size    Of the buffer, in bytes. With 0 nothing is written, and `buffer` may be NULL.
  * @return 0; what `map_array_get_max` or `map_replace_int` returns if it fails; 22 if `buffer` is
  * NULL; 22 if the stored count is negative or the greatest int, with "N:max+1" stored all the same.

@@ -18,20 +18,21 @@
  *                                                      |             +---------^
  *                                                      v next value
  *
- * A key exists as long as it holds a value: its first value makes it, and it goes with its last. The
- * values of a key stand in the order in which they were inserted, and no two of them are equal: of
- * the same length and the same bytes. Different keys may hold equal values.
+ * A key exists as long as it holds a value: its first value makes it, and it goes with its last.
+ * The values of a key stand in the order in which they were inserted, and no two of them are equal:
+ * of the same length and the same bytes. Different keys may hold equal values.
  *
  * Life: `multimap_init`, any calls, `multimap_destroy`; then `multimap_init` may be called again. A
  * record is *released* after `multimap_destroy` and after a failed `multimap_init`: what needs the
  * buckets, `multimap_destroy` included, then gives 22 (or NULL, or 0), while counting and the
- * settings still return 0. A record that was never initialised may only be given to `multimap_init`.
+ * settings still return 0. A record that was never initialised may only be given to
+ * `multimap_init`.
  *
  * Pointers to keys and values that the multimap hands out lead into its own memory. A value's stays
  * valid until that value is removed, a key's until its last value is; both until the multimap is
- * cleared or destroyed. `multimap_setcasekeys` frees keys and values that become equal. No other call
- * moves a node. Whatever is handed in is copied, and may itself lie inside the multimap: a key or
- * value of the very node that the call frees is safe.
+ * cleared or destroyed. `multimap_setcasekeys` frees keys and values that become equal. No other
+ * call moves a node. What is stored is copied, and whatever is handed in may itself lie inside the
+ * multimap: a key or value of the very node that the call frees is safe.
  *
  * Iteration order is bucket by bucket, and within a bucket the order in which keys were added. It
  * depends on the hash and on `hashsize`.
@@ -95,7 +96,7 @@ typedef struct multimap {
 /** A position in the iteration order of the keys. Set it to zeros before first use. */
 typedef struct multimap_key_iter {
     const multimap_t *map;      /**< The multimap; NULL until `multimap_key_first` is called. */
-    uint32_t bucket;            /**< Index of the key's bucket; `hashsize` or more after the end. */
+    uint32_t bucket;            /**< Index of the key's bucket; `hashsize` after the end. */
     const multimap_key_t *node; /**< The current key; after the end, the last one. */
 } multimap_key_iter_t;
 
@@ -167,11 +168,12 @@ int multimap_insert(multimap_t *map, const char *key, const void *data, uint32_t
 /**
  * Looks a value up by its content.
  *
+ * @param data   The value; not NULL even if `len` is 0.
  * @param len    Of the value, in bytes.
  * @param index  Receives the value's position in the key's list, from 0; untouched on failure; may
  *               be NULL.
- * @return 0; 2 if there is no such key or it does not hold the value; 22 if `map`, `key` or `data` is
- * NULL or the multimap is released.
+ * @return 0; 2 if there is no such key or it does not hold the value; 22 if `map`, `key` or `data`
+ * is NULL or the multimap is released.
  */
 int multimap_find(const multimap_t *map, const char *key, const void *data, uint32_t len,
                   uint32_t *index);
@@ -179,9 +181,10 @@ int multimap_find(const multimap_t *map, const char *key, const void *data, uint
 /**
  * Removes a value by its content, and its key with the last value.
  *
+ * @param data  The value; not NULL even if `len` is 0.
  * @param len  Of the value, in bytes.
- * @return 0; 2 if there is no such key or it does not hold the value; 22 if `map`, `key` or `data` is
- * NULL or the multimap is released.
+ * @return 0; 2 if there is no such key or it does not hold the value; 22 if `map`, `key` or `data`
+ * is NULL or the multimap is released.
  */
 int multimap_delete(multimap_t *map, const char *key, const void *data, uint32_t len);
 
@@ -238,8 +241,8 @@ int multimap_haskey(const multimap_t *map, const char *key);
 /**
  * Starts an iterator on the first key.
  *
- * @return The key; NULL if the multimap is empty, and the iterator is then past the end; NULL if the
- * multimap is NULL or released or `iter` is NULL, and the iterator is then left as it was.
+ * @return The key; NULL if the multimap is empty, and the iterator is then past the end; NULL if
+ * the multimap is NULL or released or `iter` is NULL, and the iterator is then left as it was.
  */
 const char *multimap_key_first(const multimap_t *map, multimap_key_iter_t *iter);
 
@@ -283,8 +286,8 @@ uint32_t multimap_value_size(const multimap_value_iter_t *iter);
 /**
  * Counts the values of an iterator's key, which is looked up anew.
  *
- * @return Their number; 0 if the key is gone or the multimap released since, or for an iterator that
- * is NULL or is on no value. Cost: one look-up.
+ * @return Their number; 0 if the key is gone or the multimap released since, or for an iterator
+ * that is NULL or is on no value. Cost: one look-up.
  */
 uint32_t multimap_value_count(const multimap_value_iter_t *iter);
 
@@ -299,30 +302,33 @@ int multimap_key_count(const multimap_t *map, uint32_t *count);
 
 /**
  * @param ordinal  A position in iteration order, from 0.
- * @return The key there, inside the multimap; NULL if there is none, or if `map` is NULL or released.
- * Cost: a walk to the position from the start.
+ * @return The key there, inside the multimap; NULL if there is none, or if `map` is NULL or
+ * released. Cost: a walk to the position from the start.
  */
 const char *multimap_key_name(const multimap_t *map, int32_t ordinal);
 
 /** @} */
 
 /** @name Printing
- * One line for each value: " %s[%u]=%.*s\n" with the key, the value's position from 0, its length and
- * its bytes. Keys are listed in `strcmp` order, whatever `casekeys` says, and the values of a key in
- * theirs. A value is printed up to its first NUL or its length, whichever comes first. For a
+ * One line for each value: " %s[%u]=%.*s\n" with the key, the value's position from 0, its length
+ * and its bytes. Keys are listed in `strcmp` order, whatever `casekeys` says, and the values of a
+ * key in theirs. A value is printed up to its first NUL or its length, whichever comes first. For a
  * multimap that is NULL or empty there is one line, "map is empty\n".
  *
- * One array is allocated to sort in; without memory for it keys are listed in iteration order. Cost:
- * n log n for n keys. Results of writing are ignored.
+ * One array is allocated to sort in; without memory for it keys are listed in iteration order.
+ * Cost: n log n for n keys. Results of writing are ignored.
  * @{
  */
 
-/** Prints through a caller's function, with no header. A `fn` of NULL prints nothing. */
+/**
+ * Prints through a caller's function, with no header. A `fn` of NULL prints nothing; any other may
+ * read the multimap, but must not change it.
+ */
 void multimap_print(const multimap_t *map, multimap_print_fn fn, void *context);
 
 /**
- * Prints the header "multimap %p hashsize=%d numkeys=%d numvalues=%d\n" and the lines. A `stream` of
- * NULL prints nothing.
+ * Prints the header "multimap %p hashsize=%d numkeys=%d numvalues=%d\n" and the lines. A `stream`
+ * of NULL prints nothing.
  */
 void multimap_dump(const multimap_t *map, FILE *stream);
 
@@ -349,7 +355,7 @@ uint32_t multimap_sndump(const multimap_t *map, char *buffer, uint32_t size);
  * Changes the number of buckets. For short chains, use at least as many buckets as keys.
  *
  * On a released multimap it allocates the buckets, and the multimap is live again with the limits
- * and `casekeys` that it kept.
+ * and `casekeys` that it kept, and a hash function set meanwhile.
  *
  * @param size  A power of two. The present size returns 0 at once.
  * @return 0; 22 if `map` is NULL or `size` is 0 or no power of two; 12 if there is no memory or the
@@ -374,8 +380,8 @@ int multimap_sethashfunc(multimap_t *map, map_hash_fn fn);
  * already, which are freed. This is not reported, other than by `numkeys` and `numvalues`.
  *
  * @param flag  0 for case-sensitive keys; any other number for case-insensitive ones.
- * @return 0; 22 if `map` is NULL. Cost: one look-up per key, and a look-up by content for each value
- * of a key that is merged.
+ * @return 0; 22 if `map` is NULL. Cost: one look-up per key, and a look-up by content for each
+ * value of a key that is merged.
  */
 int multimap_setcasekeys(multimap_t *map, uint32_t flag);
 
@@ -400,9 +406,10 @@ int multimap_setmaxvalues(multimap_t *map, int32_t limit);
 
 /** @name Comparing and combining multimaps
  * A multimap is taken as a set of pairs of a key and a value. What fills a destination visits the
- * source's keys in iteration order, the values of each in theirs, and inserts with the destination's
- * own settings. Sources are only read. Cost: each key is hashed once for each multimap that is
- * searched or filled, each of its values sought among those of that key there.
+ * source's keys in iteration order, the values of each in theirs, and inserts with the
+ * destination's own settings. Sources are only read; a released one is as an empty one, other than
+ * to `multimap_copy`. Cost: each key is hashed once for each multimap that is searched or filled,
+ * each of its values sought among those of that key there.
  * @{
  */
 
@@ -418,21 +425,21 @@ int multimap_isequal(const multimap_t *a, const multimap_t *b);
 /**
  * Fills `dst` with the pairs of `a` that `b` holds too. `dst` is cleared first.
  *
- * @return 0; 22 if a multimap is NULL, `dst` is released, or `dst` is `a` or `b` (which then stay as
- * they are); or the code of the insert that failed (12; 1 at the key limit, or if keys of `a` with an
- * equal value are equal in a case-insensitive `dst`), and then `dst` is empty.
+ * @return 0; 22 if a multimap is NULL, `dst` is released, or `dst` is `a` or `b` (which then stay
+ * as they are); or the code of the insert that failed (12; 1 at the key limit, or if keys of `a`
+ * with an equal value are equal in a case-insensitive `dst`), and then `dst` is empty.
  */
 int multimap_intersection(const multimap_t *a, const multimap_t *b, multimap_t *dst);
 
 /**
  * Fills `dst` with the pairs of `a` and those of `b`. `dst` is cleared first.
  *
- * The pairs of `a` are inserted as they are, so that two which are equal in a case-insensitive `dst`
- * make the call fail (1); those of `b` are merged, and what is there already is passed over.
+ * The pairs of `a` are inserted as they are, so that two which are equal in a case-insensitive
+ * `dst` make the call fail (1); those of `b` are merged, and what is there already is passed over.
  *
- * @return 0; 22 if a multimap is NULL, `dst` is released, or `dst` is `a` or `b` (which then stay as
- * they are); or the code of the insert that failed (1 as above or at the key limit, 12), and then
- * `dst` is empty.
+ * @return 0; 22 if a multimap is NULL, `dst` is released, or `dst` is `a` or `b` (which then stay
+ * as they are); or the code of the insert that failed (1 as above or at the key limit, 12), and
+ * then `dst` is empty.
  */
 int multimap_union(const multimap_t *a, const multimap_t *b, multimap_t *dst);
 
@@ -449,22 +456,24 @@ int multimap_merge(const multimap_t *src, multimap_t *dst);
  * Makes `dst` hold what `src` holds, in as many buckets as `src` has. `dst` is cleared first; its
  * other settings stay.
  *
- * @return 0; 22 if a multimap is NULL or released, or both are the same (which then stays as it is);
- * 12 if there is no memory; 1 at the key limit, or if keys of `src` with an equal value are equal in
- * a case-insensitive `dst`. If it fails, a `dst` that is live and not `src` is empty.
+ * @return 0; 22 if a multimap is NULL or released, or both are the same (which then stays as it
+ * is); 12 if there is no memory; 1 at the key limit, or if keys of `src` with an equal value are
+ * equal in a case-insensitive `dst`. If it fails, `dst` is empty, unless a multimap is NULL or both
+ * are the same.
  */
 int multimap_copy(const multimap_t *src, multimap_t *dst);
 
 /** @} */
 
 /** @name Typed values: find
- * Each looks the text form of the value up by its content, as `multimap_find` does: a number is found
- * if the same text was stored in any other way.
+ * Each looks the text form of the value up by its content, as `multimap_find` does: a number is
+ * found if the same text was stored in any other way.
  *
  * @param index  Receives the value's position in the key's list, from 0; untouched on failure; may
  *               be NULL.
  * @return What `multimap_find` returns; 22 if `map`, `key` or a pointer given as the value is NULL;
- * what the conversion of an address returns if it fails. The str form: 12 for a text of 4 GiB or more.
+ * what the conversion of an address returns if it fails. The str form: 12 for a text of 4 GiB or
+ * more.
  * @{
  */
 int multimap_find_uint64(const multimap_t *map, const char *key, uint64_t value, uint32_t *index);
@@ -499,8 +508,8 @@ int multimap_find_cidr(const multimap_t *map, const char *key, const cidr_t *val
  * @return What `multimap_insert` returns, 1 for a value that the key holds already included; 22 if
  * `map`, `key` or a pointer given as the value or format is NULL; what the conversion of an address
  * returns if it fails. The fmt form: 12 if there is no memory for the text, `errno` if it cannot be
- * formatted; its arguments may lie inside the multimap. The str form: 12 also for a text of 4 GiB or
- * more.
+ * formatted; its arguments may lie inside the multimap. The str form: 12 also for a text of 4 GiB
+ * or more.
  * @{
  */
 int multimap_insert_uint64(multimap_t *map, const char *key, uint64_t value);
@@ -559,10 +568,10 @@ int multimap_delete_cidr(multimap_t *map, const char *key, const cidr_t *value);
  * @param index  Position in the key's list, from 0.
  * @param out    Receives the value; untouched on failure, other than by `multimap_get_time`.
  * @return 0; 2 if there is no such key or position; 22 if `map`, `key` or `out` is NULL or the
- * multimap is released; 34 if the text is no number of the type (bucket.h has the rules). The address
- * forms return what the conversion from text returns. They see the first 17 (MAC), 45 (IP) or 91
- * (CIDR) characters only: of a longer text, such as a MAC address with something behind it, the rest
- * goes unnoticed.
+ * multimap is released; 34 if the text is no number of the type (bucket.h has the rules). The
+ * address forms return what the conversion from text returns. They see the first 17 (MAC), 45 (IP)
+ * or 91 (CIDR) characters only: of a longer text, such as a MAC address with something behind it,
+ * the rest goes unnoticed.
  * @{
  */
 int multimap_get_uint64(const multimap_t *map, const char *key, uint32_t index, uint64_t *out);
@@ -611,8 +620,8 @@ int multimap_casefind_str(const multimap_t *map, const char *key, const char *te
  * @param index   Position in the key's list, from 0.
  * @param buffer  Receives the text with its NUL.
  * @param size    Of the buffer, in bytes. With 0 nothing is written.
- * @return 0, also when the text was cut; 2 if there is no such key or position; 22 if `map`, `key` or
- * `buffer` is NULL or the multimap is released.
+ * @return 0, also when the text was cut; 2 if there is no such key or position; 22 if `map`, `key`
+ * or `buffer` is NULL or the multimap is released.
  */
 int multimap_copy_str(const multimap_t *map, const char *key, uint32_t index, char *buffer,
                       uint32_t size);

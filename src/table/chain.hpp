@@ -11,9 +11,10 @@
 // `first`. So appending never walks the chain, and a node unlinks itself without knowing its
 // neighbours' kinds.
 //
-// The same pointer is therefore reached as a node's `next`, which is typed, and as a head's `first`,
-// which the families share and is not. Both read and write it through `link_get` and `link_set`, as
-// bytes, so that no alias analysis may tell the two apart. Compilers make one instruction of each.
+// The same pointer is therefore reached as a node's `next`, which is typed, and as a head's
+// `first`, which the families share and is not. Both read and write it through `link_get` and
+// `link_set`, as bytes, so that no alias analysis may tell the two apart. Compilers make one
+// instruction of each.
 #pragma once
 
 #include <cstring>

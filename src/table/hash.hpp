@@ -7,8 +7,8 @@
 
 namespace textmaps {
 
-// The byte as the POSIX locale's upper-case table has it, sign-extended: 'a' to 'z' fold, and a byte
-// from 0x80 on counts as itself minus 256, whether plain char is signed or not.
+// The byte as the POSIX locale's upper-case table has it, sign-extended: 'a' to 'z' fold, and a
+// byte from 0x80 on counts as itself minus 256, whether plain char is signed or not.
 constexpr std::uint32_t fold(char c)
 {
     const std::uint32_t byte = static_cast<unsigned char>(c);
@@ -16,8 +16,8 @@ constexpr std::uint32_t fold(char c)
     return (upper ^ 0x80) - 0x80;
 }
 
-// h = h * 31 + folded byte, modulo 2^32. It folds case always, whatever `casekeys` says, and the same
-// in every locale: in the POSIX locale, all spellings of a key share a bucket.
+// h = h * 31 + folded byte, modulo 2^32. It folds case always, whatever `casekeys` says, and the
+// same in every locale: in the POSIX locale, all spellings of a key share a bucket.
 constexpr std::uint32_t builtin_hash(const char *key)
 {
     std::uint32_t hash = 0;

@@ -48,8 +48,8 @@ listing<Item> sorted(const Table &table, Make make)
     return list;
 }
 
-// The keys and their positions, sorted: 0, with an array that the caller frees and its length; 22 if
-// an output is null; 12.
+// The keys and their positions, sorted: 0, with an array that the caller frees and its length; 22
+// if an output is null; 12.
 template <class Table, class Item>
 int sort_keys(const Table &table, Item **items, std::int32_t *count)
 {
@@ -137,8 +137,8 @@ inline int precision(std::uint32_t length)
 
 constexpr char empty_notice[] = "map is empty\n";
 
-// A dump is the notice for a table that is null or empty, or else what render(table, print, context)
-// prints.
+// A dump is the notice for a table that is null or empty, or else what render(table, print,
+// context) prints.
 
 template <class Table, class Render>
 void print_all(const Table *table, print_fn print, void *context, Render render)

@@ -1,8 +1,8 @@
 // The bucket table that the three families share, as templates over the container record: bucket
 // choice, lookup, iteration, clearing, rebuilding and the settings.
 //
-// A Table is a record with the fields numkeys, maxkeys, casekeys, hashsize, hashfunc and buckets; its
-// nodes have the links next and prev, and a key.
+// A Table is a record with the fields numkeys, maxkeys, casekeys, hashsize, hashfunc and buckets;
+// its nodes have the links next and prev, and a key.
 #pragma once
 
 #include "allocate.hpp"
@@ -20,7 +20,8 @@ constexpr int refused = 1;
 
 constexpr std::uint32_t default_hashsize = 32;
 
-// Each family names its node type: template <> struct node_type<map_t> { using type = map_entry_t; };
+// Each family names its node type: template <> struct node_type<map_t> { using type = map_entry_t;
+// };
 template <class Table>
 struct node_type;
 
@@ -58,6 +59,13 @@ node_of<Table> *find(const Table &table, const char *key)
     return find_in(table, *hashlist(table, key), key);
 }
 
+// The same for a table and a key that may be missing or released.
+template <class Table>
+node_of<Table> *lookup(const Table *table, const char *key)
+{
+    return has_buckets(table) && key != nullptr ? find(*table, key) : nullptr;
+}
+
 // Where a key is, or would be: `node` is null where there is no such key.
 template <class Table>
 struct place {
@@ -83,8 +91,7 @@ void unlink_node(Table &table, const place<Table> &at)
 template <class Table>
 bool haskey(const Table *table, const char *key)
 {
-    return has_buckets(table) && table->numkeys != 0 && key != nullptr &&
-           find(*table, key) != nullptr;
+    return lookup(table, key) != nullptr;
 }
 
 // One short on purpose: a limit of N admits N - 1 keys.
@@ -218,9 +225,13 @@ int init(Table &table, std::uint32_t hashsize)
     table.casekeys = 0;
     table.hashsize = 0;
     table.hashfunc = nullptr;
-    table.buckets = hashsize != 0 ? allocate_buckets(hashsize) : nullptr;
+    table.buckets = nullptr;
+    if (hashsize == 0) {
+        return 0;
+    }
+    table.buckets = allocate_buckets(hashsize);
     if (table.buckets == nullptr) {
-        return hashsize != 0 ? ENOMEM : 0;
+        return ENOMEM;
     }
     table.hashsize = hashsize;
     return 0;

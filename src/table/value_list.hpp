@@ -8,8 +8,8 @@
 //                      +--------> +-----------|-------------+    |                +---------+
 //                                             +------------------+
 //
-// Both queues are tail queues: keys in their bucket, values under their key. A key exists as long as
-// it holds a value. A Table has the fields of table.hpp, and numvalues and maxvalues.
+// Both queues are tail queues: keys in their bucket, values under their key. A key exists as long
+// as it holds a value. A Table has the fields of table.hpp, and numvalues and maxvalues.
 #pragma once
 
 #include "listing.hpp"
@@ -139,8 +139,8 @@ int add_key(target<Table> &to)
     return 0;
 }
 
-// Appends a new value to the key's list, with the key if that is new. The value is the table's then,
-// or freed; a null one means that there was no memory for it.
+// Appends a new value to the key's list, with the key if that is new. The value is the table's
+// then, or freed; a null one means that there was no memory for it.
 template <class Table>
 int append_value(target<Table> &to, value_of<Table> *value)
 {
@@ -272,6 +272,38 @@ const char *key_next(Iter *iter)
     return next->key;
 }
 
+// Iterators over the values of a key. After the end they stay on the last value.
+
+template <class Iter>
+bool on_value(const Iter *iter)
+{
+    return iter != nullptr && iter->map != nullptr && iter->key != nullptr && iter->node != nullptr;
+}
+
+template <class Iter>
+const void *value_elem(const Iter *iter)
+{
+    return on_value(iter) ? iter->node->data : nullptr;
+}
+
+template <class Iter>
+std::uint32_t value_size(const Iter *iter)
+{
+    return on_value(iter) ? iter->node->len : 0;
+}
+
+// On the next value of an iterator that is on one.
+template <class Iter>
+const void *value_next(Iter *iter)
+{
+    const auto *next = chain_next(*iter->node);
+    if (next == nullptr) {
+        return nullptr;
+    }
+    iter->node = next;
+    return next->data;
+}
+
 // One line for each value of a key.
 template <class Key>
 void print_values(const Key &key, print_fn print, void *context)
@@ -288,7 +320,17 @@ void print_sorted(const Table &table, print_fn print, void *context)
     visit_sorted(table, [=](const node_of<Table> &key) { print_values(key, print, context); });
 }
 
-// Of keys that become equal, the values that the surviving key does not hold move to the end of its list.
+template <class Table>
+void print_with_header(const char *family, const Table &table, print_fn print, void *context)
+{
+    print(context, "%s %p hashsize=%d numkeys=%d numvalues=%d\n", family,
+          static_cast<const void *>(&table), static_cast<int>(table.hashsize), table.numkeys,
+          table.numvalues);
+    print_sorted(table, print, context);
+}
+
+// Of keys that become equal, the values that the surviving key does not hold move to the end of its
+// list.
 template <class Table>
 int setcasekeys_lists(Table *table, std::uint32_t flag)
 {
@@ -341,10 +383,13 @@ int add_all(Table &dst, const Table &src, Put put, std::uint32_t buckets = UINT3
     return 0;
 }
 
-// Makes dst hold what add() adds, or nothing if that fails.
+// Makes dst hold what add() adds, or nothing if that fails. The sources are not to be emptied.
 template <class Table, class Add>
-int refill_lists(Table *dst, Add add)
+int combine(const Table *a, const Table *b, Table *dst, Add add)
 {
+    if (a == nullptr || b == nullptr || dst == nullptr || dst == a || dst == b) {
+        return EINVAL;
+    }
     return refill(
         dst, [dst](node_of<Table> *node) { release_key(*dst, node); }, add);
 }
@@ -352,20 +397,17 @@ int refill_lists(Table *dst, Add add)
 template <class Table, class Put>
 int intersection(const Table *a, const Table *b, Table *dst, Put put)
 {
-    if (a == nullptr || b == nullptr || dst == nullptr || dst == a || dst == b) {
-        return EINVAL;
-    }
-    return refill_lists(dst, [=] {
+    return combine(a, b, dst, [=] {
         for (const auto &key : nodes(*a)) {
-            const auto *other = has_buckets(b) ? find(*b, key.key) : nullptr;
+            const auto *other = lookup(b, key.key);
             if (other == nullptr) {
                 continue;
             }
-            const int result =
-                add_values(*dst, key, [=](target<Table> &to, const value_of<Table> &value) {
-                    const bool in_both = find_value(*other, value.data, value.len) != nullptr;
-                    return in_both ? put(to, value) : 0;
-                });
+            const auto put_common = [=](target<Table> &to, const value_of<Table> &value) {
+                const bool common = find_value(*other, value.data, value.len) != nullptr;
+                return common ? put(to, value) : 0;
+            };
+            const int result = add_values(*dst, key, put_common);
             if (result != 0) {
                 return result;
             }
@@ -377,10 +419,7 @@ int intersection(const Table *a, const Table *b, Table *dst, Put put)
 template <class Table, class Put>
 int copy(const Table *src, Table *dst, Put put)
 {
-    if (src == nullptr || dst == nullptr || dst == src) {
-        return EINVAL;
-    }
-    return refill_lists(dst, [=] {
+    return combine(src, src, dst, [=] {
         const int result = dst->hashsize == src->hashsize ? 0 : sethashsize(dst, src->hashsize);
         return result != 0 ? result : add_all(*dst, *src, put);
     });

@@ -1,7 +1,7 @@
 // The typed rows: how each type is put into text and read back, one row per type.
 //
-// Every row has `argument` (what a writer takes), `output` (what a reader fills), `missing(argument)`
-// (whether it is a null pointer), and two functions:
+// Every row has `argument` (what a writer takes), `output` (what a reader fills),
+// `missing(argument)` (whether it is a null pointer), and two functions:
 //   with_text(argument, use)   calls use(text, size), the NUL counted, and returns its result
 //   parse(value, length, out)  0, or an error with the output untouched
 #pragma once
@@ -26,8 +26,9 @@ inline unsigned long long parse_number(const char *text, char **end, unsigned lo
     return std::strtoull(text, end, 0);
 }
 
-// Kept is what the argument is reduced to, Parsed the type of the parser, Scratch the bytes that the
-// text and its NUL may take: all text fits, other than a bool's, which is cut to its first digit.
+// Kept is what the argument is reduced to, Parsed the type of the parser, Scratch the bytes that
+// the text and its NUL may take: all text fits, other than a bool's, which is cut to its first
+// digit.
 template <class Argument, class Kept, std::uint32_t Scratch, class Parsed, class Output = Kept,
           std::uint64_t Max = static_cast<std::uint64_t>(std::numeric_limits<Kept>::max())>
 struct number_row {
