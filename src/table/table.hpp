@@ -35,6 +35,12 @@ bool has_buckets(const Table *table)
 }
 
 template <class Table>
+bool isempty(const Table *table)
+{
+    return table == nullptr || table->numkeys == 0;
+}
+
+template <class Table>
 map_bucket_t *hashlist(const Table &table, const char *key)
 {
     const std::uint32_t hash =
@@ -91,7 +97,7 @@ void unlink_node(Table &table, const place<Table> &at)
 template <class Table>
 bool haskey(const Table *table, const char *key)
 {
-    return lookup(table, key) != nullptr;
+    return !isempty(table) && lookup(table, key) != nullptr;
 }
 
 // One short on purpose: a limit of N admits N - 1 keys.
@@ -172,12 +178,6 @@ class nodes {
   private:
     const Table &table_;
 };
-
-template <class Table>
-bool isempty(const Table *table)
-{
-    return table == nullptr || table->numkeys == 0;
-}
 
 template <class Table, class Count>
 int key_count(const Table *table, Count *count)
