@@ -197,8 +197,7 @@ static void show_resolvers(const map_t *settings)
 static int load(struct device *device, const struct options *options)
 {
     const char *const file = options->file != NULL ? options->file : DEVICE_SETTINGS_SAMPLE;
-    int result = strcmp(file, "-") == 0 ? read_lines(device, "<stdin>", stdin, take_setting)
-                                        : read_file(device, file, take_setting);
+    int result = read_file(device, file, take_setting);
     if (result != 0) {
         return complain(file, result);
     }

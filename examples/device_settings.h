@@ -1,10 +1,11 @@
-/* What the parts of the example share: the device, its typed values, and reading text by lines. */
+/* What the parts of the example share: the device and its typed values. */
 #ifndef DEVICE_SETTINGS_H
 #define DEVICE_SETTINGS_H
 
+#include "lines.h"
+
 #include <textmaps/map.h>
 
-#include <stddef.h>
 #include <stdio.h>
 
 /** The types that a value can be stored and read as. */
@@ -34,14 +35,6 @@ struct device {
     map_t settings; /**< Each setting and each fact of the machine, by its name. */
     map_t counters; /**< How often what happened. */
     map_t scratch;  /**< Texts on their way; each is used up before the next of its name. */
-};
-
-/** A line of a file. Whoever takes it may write into the text. */
-struct line {
-    const char *file;
-    unsigned long number; /**< From 1. */
-    char *text;           /**< Without the newline. */
-    size_t length;        /**< Of the text; more than `strlen` if there is a NUL byte in it. */
 };
 
 /** Takes one line. Any result but 0 ends the reading. */
@@ -93,13 +86,12 @@ int settings_append(struct device *device, const char *array, enum value_type ty
 int report_mismatch(struct device *device, const struct line *line, enum value_type type,
                     const char *text, int result);
 
-/** Removes the white space around a text, in place. */
-char *trimmed(char *text);
-
-/** @return 0; what `take` returned if it ended the reading; `errno` if the stream failed. */
-int read_lines(struct device *device, const char *name, FILE *stream, line_fn take);
-
-/** As `read_lines` of the file at `path`; also `errno` if it cannot be opened. */
+/**
+ * Takes each line of a file.
+ *
+ * @param path  Of the file, or "-" for the standard input.
+ * @return 0; what `take` returned if it ended the reading; `errno` if the file cannot be read.
+ */
 int read_file(struct device *device, const char *path, line_fn take);
 
 /** Takes one line of a file of settings. */

@@ -1,14 +1,12 @@
 /* Typed values on their way into the settings, and the lines of a file of settings. */
 #include "device_settings.h"
 
-#include <ctype.h>
 #include <errno.h>
 #include <stdlib.h>
 #include <string.h>
 
 enum {
     REFUSED = 1,
-    QUOTED_LENGTH = 60,
     ARRAY_KEY_SIZE = 128 /* the library cuts the keys of a map array to 127 characters */
 };
 
@@ -155,13 +153,9 @@ const char *text_of(const map_t *map, const char *key)
 void print_mismatch(FILE *stream, enum value_type type, const char *text, int result)
 {
     const char *const name = types[type].name;
-    fprintf(stream, "not %s %s: \"", name[0] == 'i' ? "an" : "a", name);
-    const char *end = text;
-    for (; *end != '\0' && end - text < QUOTED_LENGTH; ++end) {
-        const unsigned char byte = (unsigned char)*end;
-        fprintf(stream, isprint(byte) && byte != '"' && byte != '\\' ? "%c" : "\\x%02x", byte);
-    }
-    fprintf(stream, "\"%s (%d)\n", *end == '\0' ? "" : "...", result);
+    fprintf(stream, "not %s %s: ", name[0] == 'i' ? "an" : "a", name);
+    print_quoted(stream, text);
+    fprintf(stream, " (%d)\n", result);
 }
 
 static int count(struct device *device, const char *counter)
@@ -241,49 +235,17 @@ static int report_malformed(struct device *device, const struct line *line, cons
     return count(device, "malformed");
 }
 
-char *trimmed(char *text)
-{
-    while (isspace((unsigned char)*text)) {
-        ++text;
-    }
-    char *end = text + strlen(text);
-    while (end > text && isspace((unsigned char)end[-1])) {
-        --end;
-    }
-    *end = '\0';
-    return text;
-}
-
-int read_lines(struct device *device, const char *name, FILE *stream, line_fn take)
-{
-    struct line line = {.file = name, .number = 0, .text = NULL, .length = 0};
-    size_t size = 0;
-    int result = 0;
-    while (result == 0) {
-        const ssize_t length = getline(&line.text, &size, stream);
-        if (length < 0) {
-            result = feof(stream) ? 0 : errno;
-            break;
-        }
-        line.length = (size_t)length;
-        if (line.text[line.length - 1] == '\n') {
-            line.text[--line.length] = '\0';
-        }
-        ++line.number;
-        result = take(device, &line);
-    }
-    free(line.text);
-    return result;
-}
-
 int read_file(struct device *device, const char *path, line_fn take)
 {
-    FILE *const stream = fopen(path, "r");
-    if (stream == NULL) {
-        return errno;
+    struct line line;
+    int result = line_open(&line, path);
+    if (result != 0) {
+        return result;
     }
-    const int result = read_lines(device, path, stream, take);
-    fclose(stream);
+    while (result == 0 && line_next(&line, &result)) {
+        result = take(device, &line);
+    }
+    line_close(&line);
     return result;
 }
 

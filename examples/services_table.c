@@ -1,6 +1,8 @@
 /* Lines of a file of services on their way into the two tables. */
 #include "services_table.h"
 
+#include "lines.h"
+
 #include <ctype.h>
 #include <errno.h>
 #include <inttypes.h>
@@ -9,9 +11,9 @@
 #include <stdlib.h>
 #include <string.h>
 
-enum { REFUSED = 1, QUOTED_LENGTH = 60, LAST_PORT = 65535 };
+enum { REFUSED = 1, LAST_PORT = 65535 };
 
-static const char white_space[] = " \t\n\v\f\r";
+static const char white_space[] = " \t\v\f\r";
 
 /* The table never grows by itself: at least as many buckets as keys keep its chains short. */
 static int make_room(multimap_t *map)
@@ -54,18 +56,6 @@ static int add(struct services *services, const char *name, unsigned int port, c
         result = make_room(&services->ports);
     }
     return result == 0 ? make_room(&services->names) : result;
-}
-
-/* Escaped, so that no terminal takes what is quoted for a command. */
-static void print_quoted(FILE *stream, const char *text)
-{
-    fputc('"', stream);
-    const char *end = text;
-    for (; *end != '\0' && end - text < QUOTED_LENGTH; ++end) {
-        const unsigned char byte = (unsigned char)*end;
-        fprintf(stream, isprint(byte) && byte != '"' && byte != '\\' ? "%c" : "\\x%02x", byte);
-    }
-    fputs(*end == '\0' ? "\"" : "\"...", stream);
 }
 
 static void report_malformed(struct services *services, const char *reason, const char *quoted)
@@ -133,35 +123,18 @@ static int take_line(struct services *services, char *text, size_t length)
     return result;
 }
 
-static int read_lines(struct services *services, FILE *stream)
-{
-    char *text = NULL;
-    size_t size = 0;
-    int result = 0;
-    while (result == 0) {
-        const ssize_t length = getline(&text, &size, stream);
-        if (length < 0) {
-            result = feof(stream) ? 0 : errno;
-            break;
-        }
-        result = take_line(services, text, (size_t)length);
-    }
-    free(text);
-    return result;
-}
-
 static int read_file(struct services *services)
 {
-    if (strcmp(services->file, "-") == 0) {
-        services->file = "<stdin>";
-        return read_lines(services, stdin);
+    struct line line;
+    int result = line_open(&line, services->file);
+    if (result != 0) {
+        return result;
     }
-    FILE *const stream = fopen(services->file, "r");
-    if (stream == NULL) {
-        return errno;
+    services->file = line.file;
+    while (result == 0 && line_next(&line, &result)) {
+        result = take_line(services, line.text, line.length);
     }
-    const int result = read_lines(services, stream);
-    fclose(stream);
+    line_close(&line);
     return result;
 }
 

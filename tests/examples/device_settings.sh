@@ -495,11 +495,10 @@ case_knows_this_machine()
     done
 }
 
-# The addresses and routes of a machine in the forms of the kernel's files. /proc/net/route has the
-# words of memory as numbers, which depend on the byte order.
+# A machine in the forms of the kernel's files.
 make_machine()
 {
-    mkdir -p proc/sys/kernel proc/net etc sys/class/net/eth0/statistics sys/class/net/tun0/statistics \
+    mkdir -p proc/sys/kernel proc/net sys/class/net/eth0/statistics sys/class/net/tun0/statistics \
         sys/class/net/ib0/statistics
     echo box >proc/sys/kernel/hostname
     echo '1787.57 3468.53' >proc/uptime
@@ -538,34 +537,7 @@ END
 00000000000000000000000000000001 01 80 10 80       lo
 fe8000000000000000fc00fffe000001 1b 40 20 80     eth0
 END
-    make_routes
-    cat >proc/net/ipv6_route <<'END'
-20010db8000000000000000000000000 20 00000000000000000000000000000000 00 00000000000000000000000000000000 00000100 00000001 00000000 00000001     eth0
-00000000000000000000000000000000 00 00000000000000000000000000000000 00 20010db8000000000000000000000001 00000400 00000002 00000000 00000003     eth0
-00000000000000000000000000000000 00 00000000000000000000000000000000 00 00000000000000000000000000000000 ffffffff 00000001 00000000 00200200       lo
-END
-    printf '%s\n' '# comment' 'search example.com' 'nameserver 192.0.2.53' 'nameservers 1' \
-        'nameserver	2001:db8::35' >etc/resolv.conf
-}
-
-make_routes()
-{
-    if [ "$BYTE_ORDER" = BIG_ENDIAN ]; then
-        routes='00000000 C0000201 0003 00000000
-                0A141E00 00000000 0001 FFFFFE00
-                C0000280 00000000 0000 FFFFFF80'
-    else
-        routes='00000000 010200C0 0003 00000000
-                001E140A 00000000 0001 00FEFFFF
-                800200C0 00000000 0000 80FFFFFF'
-    fi
-    {
-        printf 'Iface\tDestination\tGateway \tFlags\tRefCnt\tUse\tMetric\tMask\t\tMTU\tWindow\tIRTT\n'
-        echo "$routes" | while read -r destination gateway flags mask; do
-            printf 'eth0\t%s\t%s\t%s\t0\t0\t0\t%s\t0\t0\t0\n' "$destination" "$gateway" "$flags" \
-                "$mask"
-        done
-    } >proc/net/route
+    make_network
 }
 
 case_states_the_facts_of_a_machine()
