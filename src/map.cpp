@@ -60,6 +60,11 @@ map_entry_t *make_entry(const char *key, const void *value, uint32_t length)
     return entry;
 }
 
+void release(map_entry_t *entry)
+{
+    std::free(entry);
+}
+
 enum class if_present { refuse, skip, replace };
 
 int put(map_t *map, const char *key, const void *value, uint32_t length, if_present present)
@@ -83,7 +88,7 @@ int put(map_t *map, const char *key, const void *value, uint32_t length, if_pres
     // The caller's key and value may lie in the old entry: it goes only now.
     if (at.node != nullptr) {
         unlink_node(*map, at);
-        std::free(at.node);
+        release(at.node);
     }
     return 0;
 }
@@ -99,26 +104,17 @@ bool holds_equal(const map_t &map, const map_entry_t &entry)
     return found != nullptr && same_value(*found, entry);
 }
 
-void release(map_entry_t *entry)
+// Calls add(entry) for every entry in iteration order; the first failure ends it.
+template <class Add>
+int add_all(const map_t &src, Add add)
 {
-    std::free(entry);
-}
-
-// Makes dst hold those entries of src that are wanted, or none if an insert fails.
-template <class Wanted>
-int refill_from(map_t *dst, const map_t &src, Wanted wanted)
-{
-    return refill(dst, release, [&] {
-        for (const map_entry_t &entry : nodes(src)) {
-            if (wanted(entry)) {
-                const int result = map_insert(dst, entry.key, entry.value, entry.valuesz);
-                if (result != 0) {
-                    return result;
-                }
-            }
+    for (const map_entry_t &entry : nodes(src)) {
+        const int result = add(entry);
+        if (result != 0) {
+            return result;
         }
-        return 0;
-    });
+    }
+    return 0;
 }
 
 void print_header(const map_t *map, print_fn print, void *context)
@@ -407,7 +403,12 @@ int map_intersection(const map_t *a, const map_t *b, map_t *dst)
     if (a == nullptr || b == nullptr || dst == nullptr || dst == a || dst == b) {
         return EINVAL;
     }
-    return refill_from(dst, *a, [b](const map_entry_t &entry) { return holds_equal(*b, entry); });
+    return refill(dst, release, [=] {
+        return add_all(*a, [=](const map_entry_t &entry) {
+            return holds_equal(*b, entry) ? map_insert(dst, entry.key, entry.value, entry.valuesz)
+                                          : 0;
+        });
+    });
 }
 
 int map_merge(const map_t *src, map_t *dst)
@@ -415,13 +416,9 @@ int map_merge(const map_t *src, map_t *dst)
     if (src == nullptr || dst == nullptr) {
         return EINVAL;
     }
-    for (const map_entry_t &entry : nodes(*src)) {
-        const int result = put(dst, entry.key, entry.value, entry.valuesz, if_present::skip);
-        if (result != 0) {
-            return result;
-        }
-    }
-    return 0;
+    return add_all(*src, [=](const map_entry_t &entry) {
+        return put(dst, entry.key, entry.value, entry.valuesz, if_present::skip);
+    });
 }
 
 int map_copy_dst_hashsize(const map_t *src, map_t *dst)
@@ -429,7 +426,11 @@ int map_copy_dst_hashsize(const map_t *src, map_t *dst)
     if (src == nullptr || dst == nullptr || dst == src) {
         return EINVAL;
     }
-    return refill_from(dst, *src, [](const map_entry_t &) { return true; });
+    return refill(dst, release, [=] {
+        return add_all(*src, [=](const map_entry_t &entry) {
+            return map_insert(dst, entry.key, entry.value, entry.valuesz);
+        });
+    });
 }
 
 int map_copy(const map_t *src, map_t *dst)
