@@ -16,6 +16,20 @@ std::vector<KeyValues> content_of(const arraymap_t &map)
     return content_of(state_of(map));
 }
 
+std::vector<KeyValues> numbered_content_of(const arraymap_t &map)
+{
+    const ArraymapState state = state_of(map);
+    for (const auto &chain : state.chains) {
+        for (const auto &key : chain) {
+            uint32_t position = 0;
+            for (const auto &value : key.values) {
+                EXPECT_EQ(value.index, position++) << key.key;
+            }
+        }
+    }
+    return content_of(state);
+}
+
 std::vector<std::string> values_of(const arraymap_t &map, const char *key)
 {
     std::vector<std::string> values;
@@ -59,9 +73,36 @@ arraymap_t released_arraymap()
     return map;
 }
 
+arraymap_t arraymap_without_buckets()
+{
+    arraymap_t map;
+    EXPECT_EQ(arraymap_init_special(&map, 0), 0);
+    return map;
+}
+
+void restart(arraymap_t &map, uint32_t hashsize)
+{
+    const int result = map.buckets != nullptr ? 0 : EINVAL;
+    EXPECT_EQ(arraymap_destroy(&map), result);
+    EXPECT_EQ(arraymap_init_special(&map, hashsize), 0);
+}
+
+void make_merged(arraymap_t &map)
+{
+    fill(map, {{"Key", {"1", "2"}}, {"KEY", {"2", "3"}}});
+    EXPECT_EQ(arraymap_setcasekeys(&map, 1), 0);
+    EXPECT_EQ(values_of(map, "Key"), (std::vector<std::string>{"1", "2", "3"}));
+    EXPECT_EQ(indexes_of(map, "Key"), (std::vector<uint32_t>{0, 1, 1}));
+}
+
 int insert(arraymap_t &map, const char *key, std::string_view value)
 {
     return arraymap_insert(&map, key, value.data(), static_cast<uint32_t>(value.size()));
+}
+
+int delete_value(arraymap_t &map, const char *key, std::string_view value)
+{
+    return arraymap_delete(&map, key, value.data(), static_cast<uint32_t>(value.size()));
 }
 
 void fill(arraymap_t &map, const std::vector<KeyValues> &content)

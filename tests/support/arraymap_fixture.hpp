@@ -16,6 +16,9 @@ ArraymapState state_of(const arraymap_t &map);
 // The same without the addresses: what a caller can observe of the order and content.
 std::vector<KeyValues> content_of(const arraymap_t &map);
 
+// The content, of which every index must be the position.
+std::vector<KeyValues> numbered_content_of(const arraymap_t &map);
+
 // The values of one key, and the indexes of their nodes; none if it is missing.
 std::vector<std::string> values_of(const arraymap_t &map, const char *key);
 std::vector<uint32_t> indexes_of(const arraymap_t &map, const char *key);
@@ -27,8 +30,18 @@ const char *stored_text(const arraymap_t &map, const char *key, uint32_t index);
 // An arraymap that was destroyed.
 arraymap_t released_arraymap();
 
+// One that was never given any buckets.
+arraymap_t arraymap_without_buckets();
+
+// Makes it, live or released, an empty arraymap with as many buckets, a power of two or not.
+void restart(arraymap_t &map, uint32_t hashsize);
+
+// Adds one key, "Key", with the values 1, 2, 3, whose indexes are 0, 1, 1.
+void make_merged(arraymap_t &map);
+
 // Raw bytes, without a NUL, under a key.
 int insert(arraymap_t &map, const char *key, std::string_view value);
+int delete_value(arraymap_t &map, const char *key, std::string_view value);
 
 // Each of the values, in order; the calls must succeed.
 void fill(arraymap_t &map, const std::vector<KeyValues> &content);

@@ -25,9 +25,26 @@ int print_to_file(void *stream, const char *format, ...)
     return result;
 }
 
+std::unique_ptr<FILE, int (*)(FILE *)> unwritable_stream()
+{
+    return {std::fopen("/dev/null", "r"), std::fclose};
+}
+
+std::size_t allocations_of(const std::function<void()> &call)
+{
+    const allocations::Log log;
+    call();
+    return log.sizes().size();
+}
+
 uint32_t hash_all_to_zero(const void *, const char *)
 {
     return 0;
+}
+
+uint32_t hash_all_to_maximum(const void *, const char *)
+{
+    return UINT32_MAX;
 }
 
 uint32_t hash_first_byte(const void *, const char *key)
@@ -38,4 +55,13 @@ uint32_t hash_first_byte(const void *, const char *key)
 uint32_t hash_length(const void *, const char *key)
 {
     return static_cast<uint32_t>(std::strlen(key));
+}
+
+std::string every_byte()
+{
+    std::string bytes;
+    for (int byte = 0; byte < 256; ++byte) {
+        bytes += static_cast<char>(byte);
+    }
+    return bytes;
 }

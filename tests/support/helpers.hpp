@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -20,7 +21,17 @@ std::string written(const std::function<void(FILE *)> &write);
 // A printf-like function whose context is a FILE.
 int print_to_file(void *stream, const char *format, ...);
 
+// One that every write fails on.
+std::unique_ptr<FILE, int (*)(FILE *)> unwritable_stream();
+
+// The number that a call makes.
+std::size_t allocations_of(const std::function<void()> &call);
+
 // Hash functions of a caller's.
 uint32_t hash_all_to_zero(const void *container, const char *key);
+uint32_t hash_all_to_maximum(const void *container, const char *key);
 uint32_t hash_first_byte(const void *container, const char *key);
 uint32_t hash_length(const void *container, const char *key);
+
+// Of the 256 bytes one each, in order.
+std::string every_byte();

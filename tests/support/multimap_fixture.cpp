@@ -52,9 +52,21 @@ multimap_t released_multimap()
     return map;
 }
 
+void restart(multimap_t &map, uint32_t hashsize)
+{
+    EXPECT_EQ(multimap_destroy(&map), 0);
+    EXPECT_EQ(multimap_init(&map), 0);
+    EXPECT_EQ(multimap_sethashsize(&map, hashsize), 0);
+}
+
 int insert(multimap_t &map, const char *key, std::string_view value)
 {
     return multimap_insert(&map, key, value.data(), static_cast<uint32_t>(value.size()));
+}
+
+int delete_value(multimap_t &map, const char *key, std::string_view value)
+{
+    return multimap_delete(&map, key, value.data(), static_cast<uint32_t>(value.size()));
 }
 
 void fill(multimap_t &map, const std::vector<KeyValues> &content)

@@ -26,8 +26,12 @@ const char *stored_text(const multimap_t &map, const char *key, uint32_t index);
 // A multimap that was destroyed.
 multimap_t released_multimap();
 
+// Makes it an empty multimap with as many buckets.
+void restart(multimap_t &map, uint32_t hashsize);
+
 // Raw bytes, without a NUL, under a key.
 int insert(multimap_t &map, const char *key, std::string_view value);
+int delete_value(multimap_t &map, const char *key, std::string_view value);
 
 // Each of the values, in order; the calls must succeed.
 void fill(multimap_t &map, const std::vector<KeyValues> &content);

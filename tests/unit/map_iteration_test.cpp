@@ -31,11 +31,6 @@ void insert_scrambled(map_t &map, int count)
     }
 }
 
-uint32_t hash_all_to_maximum(const void *, const char *)
-{
-    return UINT32_MAX;
-}
-
 void expect_same(const map_iter_t &a, const map_iter_t &b)
 {
     EXPECT_EQ(a.map, b.map);

@@ -157,18 +157,6 @@ int record_sorted(const map_t *map, FILE *stream, const map_sort_item_t *items, 
     return sorted_result;
 }
 
-std::size_t allocations_of(const std::function<void()> &call)
-{
-    allocations::Log log;
-    call();
-    return log.sizes().size();
-}
-
-std::unique_ptr<FILE, int (*)(FILE *)> unwritable_stream()
-{
-    return {std::fopen("/dev/null", "r"), std::fclose};
-}
-
 } // namespace
 
 INSTANTIATE_TEST_SUITE_P(Map, EveryPrinter, testing::ValuesIn(all_printers), name_of);

@@ -1,4 +1,5 @@
 #include "map_fixture.hpp"
+#include "recorded_hashing.hpp"
 
 #include "map_internal.h"
 
@@ -6,24 +7,6 @@
 #include <map>
 
 namespace {
-
-// What the recording hash was asked.
-std::vector<const void *> hashed_for;
-std::vector<std::string> hashed_keys;
-
-uint32_t recording_hash(const void *container, const char *key)
-{
-    hashed_for.push_back(container);
-    hashed_keys.emplace_back(key);
-    return hash_first_byte(container, key);
-}
-
-// The hashing of one call.
-void forget_hashing()
-{
-    hashed_for.clear();
-    hashed_keys.clear();
-}
 
 struct Seeded {
     map_t map;
@@ -44,7 +27,7 @@ class SettingsTest : public MapTest {
   protected:
     SettingsTest()
     {
-        forget_hashing();
+        hashings.clear();
     }
 
     void insert_all(std::initializer_list<const char *> keys)
@@ -64,17 +47,17 @@ class SettingsTest : public MapTest {
     // The call must find the setting as it is wanted, and not rebuild.
     void expect_no_rebuild(const std::function<int()> &call)
     {
-        std::vector<std::string> asked;
+        Keys asked;
         std::size_t allocated = 0;
         expect_unchanged(0, [&] {
-            forget_hashing();
+            hashings.clear();
             allocations::Log log;
             const int result = call();
             allocated = log.sizes().size();
-            asked = hashed_keys;
+            asked = hashed_keys();
             return result;
         });
-        EXPECT_EQ(asked, std::vector<std::string>{});
+        EXPECT_EQ(asked, Keys{});
         EXPECT_EQ(allocated, 0U);
     }
 };
@@ -237,7 +220,7 @@ TEST_F(MapSetHashSize, RefusesANullMapWithAnySize)
 
 TEST_F(MapSetHashSize, OfThePresentSizeDoesNotRebuild)
 {
-    ASSERT_EQ(map_sethashfunc(&map, recording_hash), 0);
+    ASSERT_EQ(map_sethashfunc(&map, recorded<hash_first_byte>), 0);
     insert_all({"b", "a"});
     expect_no_rebuild([&] { return map_sethashsize(&map, 32); });
     ASSERT_EQ(map_sethashsize(&map, 64), 0);
@@ -269,12 +252,12 @@ TEST_F(MapSetHashSize, OfOneKeepsTheOldIterationOrderInOneBucket)
 
 TEST_F(MapSetHashSize, HashesEachEntryOnce)
 {
-    ASSERT_EQ(map_sethashfunc(&map, recording_hash), 0);
+    ASSERT_EQ(map_sethashfunc(&map, recorded<hash_first_byte>), 0);
     insert_all({"c", "a", "b"});
-    forget_hashing();
+    hashings.clear();
     ASSERT_EQ(map_sethashsize(&map, 64), 0);
-    EXPECT_EQ(hashed_keys, (std::vector<std::string>{"a", "b", "c"}));
-    EXPECT_EQ(hashed_for, (std::vector<const void *>{&map, &map, &map}));
+    EXPECT_EQ(hashed_keys(), (Keys{"a", "b", "c"}));
+    EXPECT_EQ(hashed_for(&map), hashed_keys());
 }
 
 TEST_F(MapSetHashSize, KeepsTheOtherSettings)
@@ -408,9 +391,9 @@ TEST_F(MapSetHashFunc, OfNoneRestoresTheBuiltInBuckets)
 
 TEST_F(MapSetHashFunc, OfThePresentFunctionDoesNotRebuild)
 {
-    ASSERT_EQ(map_sethashfunc(&map, recording_hash), 0);
+    ASSERT_EQ(map_sethashfunc(&map, recorded<hash_first_byte>), 0);
     insert_all({"b", "a"});
-    expect_no_rebuild([&] { return map_sethashfunc(&map, recording_hash); });
+    expect_no_rebuild([&] { return map_sethashfunc(&map, recorded<hash_first_byte>); });
 }
 
 TEST_F(MapSetHashFunc, OfNoneTwiceChangesNothing)
@@ -422,9 +405,9 @@ TEST_F(MapSetHashFunc, OfNoneTwiceChangesNothing)
 TEST_F(MapSetHashFunc, HashesEachEntryOnceInOldIterationOrderWithTheMapsOwnRecord)
 {
     insert_all({"c", "a", "b"});
-    ASSERT_EQ(map_sethashfunc(&map, recording_hash), 0);
-    EXPECT_EQ(hashed_keys, (std::vector<std::string>{"a", "b", "c"}));
-    EXPECT_EQ(hashed_for, (std::vector<const void *>{&map, &map, &map}));
+    ASSERT_EQ(map_sethashfunc(&map, recorded<hash_first_byte>), 0);
+    EXPECT_EQ(hashed_keys(), (Keys{"a", "b", "c"}));
+    EXPECT_EQ(hashed_for(&map), hashed_keys());
 }
 
 TEST_F(MapSetHashFunc, CannotFailForWantOfMemory)
@@ -458,14 +441,14 @@ TEST_F(MapSetHashFunc, OfAReleasedMapHoldsOnceTheMapLivesAgain)
 
 TEST_F(MapHashFunction, IsCalledWithTheMapsOwnRecordByEveryOperation)
 {
-    ASSERT_EQ(map_sethashfunc(&map, recording_hash), 0);
+    ASSERT_EQ(map_sethashfunc(&map, recorded<hash_first_byte>), 0);
     Map other;
-    ASSERT_EQ(map_sethashfunc(&other, recording_hash), 0);
+    ASSERT_EQ(map_sethashfunc(&other, recorded<hash_first_byte>), 0);
     const auto expect_hashed = [](const map_t *expected, const std::function<void()> &call) {
-        forget_hashing();
+        hashings.clear();
         call();
-        EXPECT_FALSE(hashed_for.empty());
-        for (const void *container : hashed_for) {
+        EXPECT_FALSE(hashings.empty());
+        for (const auto &[container, key] : hashings) {
             EXPECT_EQ(container, expected);
         }
     };
@@ -540,7 +523,7 @@ TEST_F(MapSetCaseKeys, MakesKeysCompareWithoutRegardToCase)
 
 TEST_F(MapSetCaseKeys, OfThePresentFlagDoesNotRebuild)
 {
-    ASSERT_EQ(map_sethashfunc(&map, recording_hash), 0);
+    ASSERT_EQ(map_sethashfunc(&map, recorded<hash_first_byte>), 0);
     insert_all({"b", "a"});
     expect_no_rebuild([&] { return map_setcasekeys(&map, 0); });
     ASSERT_EQ(map_setcasekeys(&map, 5), 0);
@@ -624,12 +607,12 @@ TEST_F(MapSetCaseKeys, DropsNoVariantThatACallersHashPutsElsewhere)
 
 TEST_F(MapSetCaseKeys, LooksUpEachEntryOnceWithTheMapsOwnRecord)
 {
-    ASSERT_EQ(map_sethashfunc(&map, recording_hash), 0);
+    ASSERT_EQ(map_sethashfunc(&map, recorded<hash_first_byte>), 0);
     insert_all({"c", "a", "b"});
-    forget_hashing();
+    hashings.clear();
     ASSERT_EQ(map_setcasekeys(&map, 1), 0);
-    EXPECT_EQ(hashed_keys, (std::vector<std::string>{"a", "b", "c"}));
-    EXPECT_EQ(hashed_for, (std::vector<const void *>{&map, &map, &map}));
+    EXPECT_EQ(hashed_keys(), (Keys{"a", "b", "c"}));
+    EXPECT_EQ(hashed_for(&map), hashed_keys());
 }
 
 TEST_F(MapSetCaseKeys, CannotFailForWantOfMemory)

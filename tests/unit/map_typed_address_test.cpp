@@ -1,72 +1,23 @@
+#include "addresses.hpp"
 #include "map_fixture.hpp"
+#include "type_name.hpp"
 
 #include <cstdint>
 #include <cstring>
 
 namespace {
 
-struct Mac {
-    using Record = macaddr_t;
-    static constexpr const char *name = "Mac";
-    static constexpr auto cmp = map_cmp_macaddr;
-    static constexpr auto replace = map_replace_macaddr;
-    static constexpr auto insert = map_insert_macaddr;
-    static constexpr auto get = map_get_macaddr;
+#define MAP_ADDRESS(Kind, type)                                                                    \
+    struct Map##Kind : Kind {                                                                      \
+        static constexpr auto cmp = map_cmp_##type;                                                \
+        static constexpr auto replace = map_replace_##type;                                        \
+        static constexpr auto insert = map_insert_##type;                                          \
+        static constexpr auto get = map_get_##type;                                                \
+    };
 
-    static constexpr Record address = {{0x02, 0x00, 0x5E, 0x10, 0x00, 0xFF}};
-    static constexpr const char *text = "02:00:5e:10:00:ff";
-    static constexpr const char *other_text_of_it = "02:00:5E:10:00:FF";
-    static constexpr Record smaller = {{0x02, 0x00, 0x5E, 0x10, 0x00, 0x0F}};
-    static constexpr Record greater = {{0x12, 0x00, 0x5E, 0x10, 0x00, 0xFF}};
-    static constexpr const char *unconverted = "0";
-};
-
-struct Ip {
-    using Record = ipaddr_t;
-    static constexpr const char *name = "Ip";
-    static constexpr auto cmp = map_cmp_ipaddr;
-    static constexpr auto replace = map_replace_ipaddr;
-    static constexpr auto insert = map_insert_ipaddr;
-    static constexpr auto get = map_get_ipaddr;
-
-    static constexpr Record address = {
-        6, {0x20, 0x01, 0x0D, 0xB8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 7}};
-    static constexpr const char *text = "2001:db8::7";
-    static constexpr const char *other_text_of_it = "2001:DB8:0:0:0:0:0:7";
-    static constexpr Record smaller = {4, {192, 0, 2, 1}};
-    static constexpr Record greater = {6, {0xFE, 0x80}};
-    static constexpr const char *unconverted = "";
-};
-
-struct Cidr {
-    using Record = cidr_t;
-    static constexpr const char *name = "Cidr";
-    static constexpr auto cmp = map_cmp_cidr;
-    static constexpr auto replace = map_replace_cidr;
-    static constexpr auto insert = map_insert_cidr;
-    static constexpr auto get = map_get_cidr;
-
-    static constexpr Record address = {{6, {0x20, 0x01, 0x0D, 0xB8}}, 32};
-    static constexpr const char *text = "2001:db8::/32";
-    static constexpr const char *other_text_of_it = "2001:0DB8::/32";
-    static constexpr Record smaller = {{6, {0x20, 0x01, 0x0D, 0xB8}}, 30};
-    static constexpr Record greater = {{6, {0x20, 0x01, 0x0D, 0xB8}}, 33};
-    static constexpr const char *unconverted = "";
-};
-
-struct TypeName {
-    template <class Type>
-    static std::string GetName(int)
-    {
-        return Type::name;
-    }
-};
-
-template <class Record>
-std::string bytes_of(const Record &record)
-{
-    return std::string(reinterpret_cast<const char *>(&record), sizeof record);
-}
+MAP_ADDRESS(Mac, macaddr)
+MAP_ADDRESS(Ip, ipaddr)
+MAP_ADDRESS(Cidr, cidr)
 
 } // namespace
 
@@ -76,20 +27,12 @@ class MapAddress : public MapTest {
     using Record = typename Type::Record;
 
     // For readers to write; holds no address.
-    Record out = garbage();
+    Record out = no_address<Record>();
     const std::string untouched = bytes_of(out);
     const Record address = Type::address;
-
-  private:
-    static Record garbage()
-    {
-        Record record;
-        std::memset(&record, 0xA5, sizeof record);
-        return record;
-    }
 };
 
-using Types = testing::Types<Mac, Ip, Cidr>;
+using Types = testing::Types<MapMac, MapIp, MapCidr>;
 TYPED_TEST_SUITE(MapAddress, Types, TypeName);
 
 TYPED_TEST(MapAddress, IsStoredAsItsTextWithTheNul)
@@ -246,9 +189,7 @@ TYPED_TEST(MapAddress, CompareAllocatesNothing)
 
 TYPED_TEST(MapAddress, ReadPassesOnThatTheTextIsNoAddress)
 {
-    const std::vector<std::string> values = {
-        "", "\0"s, "text\0"s, "1\0"s, "::1/64 \0"s, "\377"s, std::string(1000, ':')};
-    for (const std::string &value : values) {
+    for (const std::string &value : values_without_address()) {
         SCOPED_TRACE(testing::PrintToString(value));
         ASSERT_EQ(replace(this->map, "key", value), 0);
         this->expect_unchanged(EINVAL,
@@ -314,7 +255,7 @@ TEST_F(MapAddressText, OfAMacIsReadUpTo17Characters)
 
 TEST_F(MapAddressText, OfAnIpIsReadUpTo45Characters)
 {
-    const std::string longest = "ffff:ffff:ffff:ffff:ffff:ffff:255.255.255.254";
+    const std::string longest = longest_ip;
     ASSERT_EQ(longest.size(), 45U);
     ASSERT_EQ(map_insert_str(&map, "key", (longest + "9").c_str()), 0);
     ipaddr_t out;
@@ -327,7 +268,7 @@ TEST_F(MapAddressText, OfAnIpIsReadUpTo45Characters)
 
 TEST_F(MapAddressText, OfACidrIsReadWholeThoughItIsLongerThanAnIp)
 {
-    const std::string longest = "ffff:ffff:ffff:ffff:ffff:ffff:255.255.255.255/128";
+    const std::string longest = longest_cidr;
     cidr_t out;
     ASSERT_EQ(map_insert_str(&map, "key", longest.c_str()), 0);
     EXPECT_EQ(map_get_cidr(&map, "key", &out), 0);
@@ -346,11 +287,7 @@ TEST_F(MapAddressText, IsTheSameForRecordsThatDifferInUnusedBytes)
     EXPECT_EQ(map_cmp_ipaddr(&map, "key", &other), 0);
 }
 
-class MapAddressThatDoesNotConvert : public MapTest {
-  protected:
-    const ipaddr_t no_ip = {9, {192, 0, 2, 1}};
-    const cidr_t no_cidr = {{4, {192, 0, 2, 1}}, 33};
-};
+class MapAddressThatDoesNotConvert : public MapTest {};
 
 TEST_F(MapAddressThatDoesNotConvert, IsNotStored)
 {

@@ -1,38 +1,16 @@
 #include "map_fixture.hpp"
+#include "typed_rows.hpp"
 
 #include <climits>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <iterator>
-#include <sstream>
 
 namespace {
 
-struct Rendering {
-    unsigned int bits;
-    bool is_signed;
-    std::size_t scratch;
-};
-
-struct Parsing {
-    bool is_signed;
-    int64_t lowest;
-    uint64_t highest;
-};
-
-struct Reading {
-    int result;
-    uint64_t value;
-    bool changed;
-};
-
 // The functions of one type. Values of every type are held in 64 bits, sign-extended.
-struct Row {
-    const char *name;
-    Rendering rendering;
-    Parsing parsing;
+struct Row : NumberRow {
     int compared_with_null;
     std::function<int(const map_t *map, const char *key, uint64_t value)> cmp;
     std::function<int(map_t *map, const char *key, uint64_t value)> replace;
@@ -42,33 +20,15 @@ struct Row {
     std::function<int(const map_t *map, const char *key)> get_into_null;
 };
 
-std::ostream &operator<<(std::ostream &out, const Row &row)
-{
-    return out << row.name;
-}
-
-template <class Output>
-uint64_t widened(Output value)
-{
-    return static_cast<uint64_t>(value);
-}
-
-uint64_t widened(char value)
-{
-    return static_cast<uint64_t>(static_cast<signed char>(value));
-}
-
 template <class Argument, class Output>
-Row make_row(const char *name, Rendering rendering, Parsing parsing, int compared_with_null,
+Row make_row(const char *name, int compared_with_null,
              int (*cmp)(const map_t *, const char *, Argument),
              int (*replace)(map_t *, const char *, Argument),
              int (*insert)(map_t *, const char *, Argument),
              int (*get)(const map_t *, const char *, Output *))
 {
     return {
-        name,
-        rendering,
-        parsing,
+        number_row(name),
         compared_with_null,
         [=](const map_t *map, const char *key, uint64_t value) {
             return cmp(map, key, static_cast<Argument>(value));
@@ -80,45 +40,24 @@ Row make_row(const char *name, Rendering rendering, Parsing parsing, int compare
             return insert(map, key, static_cast<Argument>(value));
         },
         [=](const map_t *map, const char *key, uint64_t held) {
-            const auto before = static_cast<Output>(held);
-            Output out = before;
-            const int result = get(map, key, &out);
-            return Reading{result, widened(out), out != before};
+            return read_over<Output>(held, [=](Output *out) { return get(map, key, out); });
         },
         [=](const map_t *map, const char *key) { return get(map, key, nullptr); },
     };
 }
 
+#define ROW(type, compared_with_null)                                                              \
+    make_row(#type, compared_with_null, map_cmp_##type, map_replace_##type, map_insert_##type,     \
+             map_get_##type)
+
 // All but time, whose read has rules of its own.
 const std::vector<Row> &plain_rows()
 {
     static const std::vector<Row> rows = {
-        make_row("uint64", {64, false, 21}, {false, 0, UINT64_MAX}, -1, map_cmp_uint64,
-                 map_replace_uint64, map_insert_uint64, map_get_uint64),
-        make_row("int64", {64, true, 21}, {true, INT64_MIN, INT64_MAX}, -1, map_cmp_int64,
-                 map_replace_int64, map_insert_int64, map_get_int64),
-        make_row("uint32", {32, false, 12}, {false, 0, 4294967295}, -1, map_cmp_uint32,
-                 map_replace_uint32, map_insert_uint32, map_get_uint32),
-        make_row("int32", {32, true, 12}, {true, -2147483648, 2147483647}, -1, map_cmp_int32,
-                 map_replace_int32, map_insert_int32, map_get_int32),
-        make_row("uint16", {16, false, 7}, {false, 0, 65535}, -1, map_cmp_uint16,
-                 map_replace_uint16, map_insert_uint16, map_get_uint16),
-        make_row("int16", {16, true, 7}, {true, -32768, 32767}, -1, map_cmp_int16,
-                 map_replace_int16, map_insert_int16, map_get_int16),
-        make_row("uint8", {8, false, 5}, {false, 0, 255}, -1, map_cmp_uint8, map_replace_uint8,
-                 map_insert_uint8, map_get_uint8),
-        make_row("int8", {8, true, 5}, {true, -128, 127}, -1, map_cmp_int8, map_replace_int8,
-                 map_insert_int8, map_get_int8),
-        make_row("bool", {8, false, 2}, {true, 0, 1}, EINVAL, map_cmp_bool, map_replace_bool,
-                 map_insert_bool, map_get_bool),
-        make_row("uint", {32, false, 11}, {true, 0, 4294967295}, EINVAL, map_cmp_uint,
-                 map_replace_uint, map_insert_uint, map_get_uint),
-        make_row("int", {32, true, 12}, {true, -2147483648, 2147483647}, EINVAL, map_cmp_int,
-                 map_replace_int, map_insert_int, map_get_int),
-        make_row("uchar", {8, false, 4}, {true, 0, 255}, EINVAL, map_cmp_uchar, map_replace_uchar,
-                 map_insert_uchar, map_get_uchar),
-        make_row("char", {8, true, 5}, {true, -128, 127}, EINVAL, map_cmp_char, map_replace_char,
-                 map_insert_char, map_get_char),
+        ROW(uint64, -1),   ROW(int64, -1),    ROW(uint32, -1),  ROW(int32, -1),
+        ROW(uint16, -1),   ROW(int16, -1),    ROW(uint8, -1),   ROW(int8, -1),
+        ROW(bool, EINVAL), ROW(uint, EINVAL), ROW(int, EINVAL), ROW(uchar, EINVAL),
+        ROW(char, EINVAL),
     };
     return rows;
 }
@@ -126,8 +65,7 @@ const std::vector<Row> &plain_rows()
 std::vector<Row> all_rows()
 {
     std::vector<Row> rows = plain_rows();
-    rows.push_back(make_row("time", {32, true, 12}, {true, -2147483648, 2147483647}, -1,
-                            map_cmp_time, map_replace_time, map_insert_time, map_get_time));
+    rows.push_back(ROW(time, -1));
     return rows;
 }
 
@@ -157,106 +95,6 @@ std::string name_of(const testing::TestParamInfo<Row> &info)
     return info.param.name;
 }
 
-// The value that the row keeps of an argument, sign-extended.
-uint64_t kept(const Row &row, uint64_t value)
-{
-    const unsigned int dropped = 64 - row.rendering.bits;
-    const uint64_t low = value << dropped;
-    return row.rendering.is_signed ? static_cast<uint64_t>(static_cast<int64_t>(low) >> dropped)
-                                   : low >> dropped;
-}
-
-// The text that the row stores, with its NUL.
-std::string rendered(const Row &row, uint64_t value)
-{
-    char scratch[21];
-    const unsigned long long number = kept(row, value);
-    if (row.rendering.is_signed) {
-        std::snprintf(scratch, row.rendering.scratch, "%lld", static_cast<long long>(number));
-    } else {
-        std::snprintf(scratch, row.rendering.scratch, "%llu", number);
-    }
-    return std::string(scratch, std::strlen(scratch) + 1);
-}
-
-// The value that the row reads from a text; none if it refuses it.
-std::optional<uint64_t> parsed(const Row &row, const char *text)
-{
-    char *end;
-    uint64_t number;
-    bool in_range;
-    if (row.parsing.is_signed) {
-        const long long value = std::strtoll(text, &end, 0);
-        number = static_cast<uint64_t>(value);
-        in_range = value < 0 ? value >= row.parsing.lowest : number <= row.parsing.highest;
-    } else {
-        number = std::strtoull(text, &end, 0);
-        in_range = number <= row.parsing.highest;
-    }
-    if (end == text || *end != '\0' || !in_range) {
-        return std::nullopt;
-    }
-    return number;
-}
-
-// Numbers about every width's ends, and their negatives.
-std::vector<uint64_t> telling_numbers()
-{
-    std::vector<uint64_t> numbers = {0, 1, 2, 5, 7, 9, 10, 12, 99, 100, 129, 200, 1000, 70000};
-    for (const unsigned int bit : {7U, 8U, 15U, 16U, 31U, 32U, 63U}) {
-        const uint64_t power = uint64_t{1} << bit;
-        numbers.insert(numbers.end(), {power - 2, power - 1, power, power + 1});
-    }
-    numbers.push_back(UINT64_MAX);
-    const std::size_t count = numbers.size();
-    for (std::size_t i = 0; i < count; ++i) {
-        numbers.push_back(-numbers[i]);
-    }
-    return numbers;
-}
-
-// Numbers about the ends of the ranges, in decimal, octal and hexadecimal digits, and none.
-std::vector<std::string> telling_digits()
-{
-    std::istringstream words(
-        "0 1 2 7 8 9 a f g 10 127 128 129 255 256 32767 32768 32769 65535 65536 "
-        "2147483647 2147483648 2147483649 4294967295 4294967296 "
-        "9223372036854775807 9223372036854775808 9223372036854775809 18446744073709551487 "
-        "18446744073709551615 18446744073709551616 18446744073709551617 99999999999999999999 "
-        "177 200 201 377 400 77777 100000 177777 200000 37777777777 40000000000 "
-        "777777777777777777777 1000000000000000000000 "
-        "1777777777777777777777 2000000000000000000000 "
-        "7f 80 81 ff 100 7FFF 8000 8001 ffff 10000 7fffffff 80000000 80000001 FFFFFFFF 100000000 "
-        "7fffffffffffffff 8000000000000000 8000000000000001 ffffffffffffffff 10000000000000000");
-    std::vector<std::string> digits = {""};
-    digits.insert(digits.end(), std::istream_iterator<std::string>(words), {});
-    return digits;
-}
-
-std::vector<std::string> hostile_texts()
-{
-    const std::string zeros(5000, '0');
-    const std::string blanks(5000, ' ');
-    const std::string nines(5000, '9');
-    std::vector<std::string> texts = {
-        "--1",  "+-1",        "- 1",       "1-",    "1+1",       "1.0",       "1e3",
-        ".5",   "1,000",      "0x-1",      "1\001", "\3771",     "1\377",     "\2401",
-        "yes",  "true",       "nan",       "inf",   "(null)",    "1L",        "1u",
-        blanks, blanks + "1", zeros + "1", nines,   "-" + nines, "0x" + nines};
-    for (const char *blank : {"", " \t\n\v\f\r"}) {
-        for (const char *sign : {"", "+", "-"}) {
-            for (const char *base : {"", "0", "0x", "0X"}) {
-                for (const std::string &digits : telling_digits()) {
-                    for (const char *behind : {"", " ", "x"}) {
-                        texts.push_back(std::string(blank) + sign + base + digits + behind);
-                    }
-                }
-            }
-        }
-    }
-    return texts;
-}
-
 class NumberTest : public MapTest {
   protected:
     // The value that the row reads from a text; none if it refuses it, which gives 34 and leaves the
@@ -279,11 +117,7 @@ class NumberTest : public MapTest {
 
     void expect_failed_read(int result, const map_t *from, const Row &row, const char *key)
     {
-        for (const uint64_t held : {uint64_t{0}, UINT64_MAX}) {
-            const Reading reading = row.get(from, key, held);
-            EXPECT_EQ(reading.result, result);
-            EXPECT_FALSE(reading.changed);
-        }
+        expect_failed_reading(result, [&](uint64_t held) { return row.get(from, key, held); });
     }
 };
 
@@ -291,8 +125,6 @@ class RowTest : public NumberTest, public testing::WithParamInterface<Row> {
   protected:
     const Row &row = GetParam();
 };
-
-constexpr std::nullopt_t refused = std::nullopt;
 
 } // namespace
 
@@ -333,8 +165,7 @@ TEST_P(MapNumberStore, ReplaceOverwritesAValueOfAnyKind)
 
 TEST_P(MapNumberStore, AllocatesNothingButTheEntry)
 {
-    const uint64_t widest =
-        row.rendering.is_signed ? uint64_t{1} << (row.rendering.bits - 1) : UINT64_MAX;
+    const uint64_t widest = widest_number(row);
     const std::size_t entry = sizeof(map_entry_t) + rendered(row, widest).size() + sizeof "key";
     const allocations::Log log;
     EXPECT_EQ(row.insert(&map, "key", widest), 0);
@@ -594,11 +425,7 @@ TEST_F(MapNumberText, OfAnInt8IsThatOfItsLow8BitsWithTheirSign)
 
 TEST_F(MapNumberText, OfABoolIsItsFirstDigit)
 {
-    const std::pair<unsigned int, std::string> bools[] = {
-        {0, "0\0"s},  {1, "1\0"s},   {7, "7\0"s},   {9, "9\0"s},   {10, "1\0"s},
-        {12, "1\0"s}, {200, "2\0"s}, {255, "2\0"s}, {256, "0\0"s}, {0xFFFFFF07, "7\0"s},
-    };
-    for (const auto &[value, text] : bools) {
+    for (const auto &[value, text] : telling_bools()) {
         EXPECT_EQ(map_replace_bool(&map, "key", value), 0);
         EXPECT_EQ(value_of(map, "key"), text) << value;
     }

@@ -1,39 +1,15 @@
 #include "map_fixture.hpp"
+#include "typed_texts.hpp"
 
 #include <climits>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
-#include <cwchar>
-#include <printf.h>
 
 namespace {
-
-const std::string untouched(64, '.');
 
 std::size_t entry_size(const std::string &key, std::size_t valuesz)
 {
     return sizeof(map_entry_t) + valuesz + key.size() + 1;
-}
-
-// Text of every kind, its length from none to many pages.
-std::vector<std::string> texts()
-{
-    std::string every_byte;
-    for (int byte = 1; byte <= 0xFF; ++byte) {
-        every_byte += static_cast<char>(byte);
-    }
-    return {"",
-            "a",
-            " ",
-            "\n",
-            "abc",
-            "%s%n%d",
-            "caf\303\251",
-            "7:8",
-            "a=b c\td",
-            every_byte,
-            std::string(100000, 'x')};
 }
 
 } // namespace
@@ -289,61 +265,37 @@ TEST_F(MapFmt, RefusesAReleasedMap)
 
 TEST_F(MapFmt, ReportsATextThatIsTooLong)
 {
-    const std::string format = "%2147483648d";
     ASSERT_EQ(map_insert_str(&map, "key", "text"), 0);
     for (const auto store : {map_insert_fmt, map_replace_fmt}) {
-        expect_unchanged(EOVERFLOW, [&] { return store(&map, "key", format.c_str(), 1); });
-        expect_unchanged(EOVERFLOW, [&] { return store(&map, "new", format.c_str(), 1); });
+        expect_unchanged(EOVERFLOW, [&] { return store(&map, "key", too_long_format(), 1); });
+        expect_unchanged(EOVERFLOW, [&] { return store(&map, "new", too_long_format(), 1); });
     }
 }
-
-namespace {
-
-int conversions_before_failure;
-
-int convert_or_fail(FILE *stream, const printf_info *, const void *const *)
-{
-    if (conversions_before_failure-- > 0) {
-        return std::fputs("converted", stream) < 0 ? -1 : 9;
-    }
-    errno = EIO;
-    return -1;
-}
-
-int no_arguments(const printf_info *, std::size_t, int *, int *)
-{
-    return 0;
-}
-
-} // namespace
 
 TEST_F(MapFmt, StoresNothingIfTheTextCannotBeWrittenAfterItWasMeasured)
 {
-    const std::string format = "%Y"; // takes no argument; clang wants to see one
-    ASSERT_EQ(register_printf_specifier('Y', convert_or_fail, no_arguments), 0);
     ASSERT_EQ(map_insert_str(&map, "key", "text"), 0);
-    expect_unchanged(EIO, [&] {
-        conversions_before_failure = 1;
-        return map_insert_fmt(&map, "new", format.c_str(), 0);
+    with_fallible_conversion([this] {
+        expect_unchanged(EIO, [this] {
+            grant_conversions(1);
+            return map_insert_fmt(&map, "new", fallible_format(), 0);
+        });
+        expect_unchanged(EIO, [this] {
+            grant_conversions(1);
+            return map_replace_fmt(&map, "key", fallible_format(), 0);
+        });
+        grant_conversions(2);
+        EXPECT_EQ(map_replace_fmt(&map, "key", fallible_format(), 0), 0);
+        EXPECT_EQ(value_of(map, "key"), "converted\0"s);
     });
-    expect_unchanged(EIO, [&] {
-        conversions_before_failure = 1;
-        return map_replace_fmt(&map, "key", format.c_str(), 0);
-    });
-    conversions_before_failure = 2;
-    EXPECT_EQ(map_replace_fmt(&map, "key", format.c_str(), 0), 0);
-    EXPECT_EQ(value_of(map, "key"), "converted\0"s);
-    ASSERT_EQ(register_printf_specifier('Y', nullptr, nullptr), 0);
 }
 
 TEST_F(MapFmt, ReportsTheErrorOfAFormatThatFails)
 {
-    // No wide character of the "C" locale.
-    const wchar_t unconvertible[] = {0xD800, 0};
     ASSERT_EQ(map_insert_str(&map, "key", "text"), 0);
     for (const auto store : {map_insert_fmt, map_replace_fmt}) {
-        expect_unchanged(EILSEQ, [&] { return store(&map, "key", "%ls", unconvertible); });
-        expect_unchanged(EILSEQ, [&] { return store(&map, "new", "%ls", unconvertible); });
+        expect_unchanged(EILSEQ, [&] { return store(&map, "key", "%ls", unconvertible()); });
+        expect_unchanged(EILSEQ, [&] { return store(&map, "new", "%ls", unconvertible()); });
     }
 }
 
@@ -411,12 +363,6 @@ TEST_F(MapFmt, GrowsATextByItself)
 class MapCopyStr : public MapTest {
   protected:
     std::string buffer = untouched;
-
-    // What the buffer must hold once it has received the text.
-    static std::string filled(const std::string &text)
-    {
-        return text + '\0' + untouched.substr(text.size() + 1);
-    }
 };
 
 TEST_F(MapCopyStr, CutsTheTextToTheBuffer)
@@ -523,9 +469,7 @@ class MapDupStr : public MapTest {
 
 TEST_F(MapDupStr, CopiesEveryByteOfTheValueIntoOneBlockOfItsLength)
 {
-    std::vector<std::string> values = {
-        "\0"s, "abc\0"s, "abc", "a\0b\0c"s, "\0\0\0"s, "7", std::string(100000, 'x')};
-    for (const std::string &value : values) {
+    for (const std::string &value : values_of_every_kind()) {
         SCOPED_TRACE(value.size());
         ASSERT_EQ(replace(map, "key", value), 0);
         const allocations::Log log;
