@@ -1,8 +1,6 @@
 #include "typed_texts.hpp"
 
-#include <cstdlib>
 #include <cwchar>
-#include <printf.h>
 
 namespace {
 
@@ -23,22 +21,6 @@ std::vector<std::string> make_texts()
             "a=b c\td",
             every_byte,
             std::string(100000, 'x')};
-}
-
-int conversions_granted;
-
-int convert_or_fail(FILE *stream, const printf_info *, const void *const *)
-{
-    if (conversions_granted-- > 0) {
-        return std::fputs("converted", stream) < 0 ? -1 : 9;
-    }
-    errno = EIO;
-    return -1;
-}
-
-int no_arguments(const printf_info *, std::size_t, int *, int *)
-{
-    return 0;
 }
 
 } // namespace
@@ -79,25 +61,4 @@ const wchar_t *unconvertible()
 const char *too_long_format()
 {
     return "%2147483648d";
-}
-
-const char *fallible_format()
-{
-    return "%Y";
-}
-
-void grant_conversions(int count)
-{
-    conversions_granted = count;
-}
-
-void with_fallible_conversion(const std::function<void()> &run)
-{
-    EXPECT_EXIT(
-        {
-            EXPECT_EQ(register_printf_specifier('Y', convert_or_fail, no_arguments), 0);
-            run();
-            std::_Exit(testing::Test::HasFailure() ? EXIT_FAILURE : EXIT_SUCCESS);
-        },
-        testing::ExitedWithCode(EXIT_SUCCESS), "");
 }

@@ -1,5 +1,4 @@
-// Texts, a buffer to copy them into, and a printf conversion that fails, for the typed tests of every
-// family.
+// Texts and formats, and a buffer to copy texts into, for the typed tests of every family.
 #pragma once
 
 #include "helpers.hpp"
@@ -22,10 +21,3 @@ const wchar_t *unconvertible();
 
 // A format whose text would be longer than INT_MAX.
 const char *too_long_format();
-
-// A conversion of the tests' own: its format gives "converted" as often as was granted, and then fails
-// with EIO. Registering one changes for good what printf makes of other formats, so `run` is run in a
-// process of its own.
-const char *fallible_format();
-void grant_conversions(int count);
-void with_fallible_conversion(const std::function<void()> &run);

@@ -201,20 +201,6 @@ TEST_F(ArraymapReplaceFmt, ReportsTheErrorOfAFormatThatFailsBeforeAMissingIndex)
     EXPECT_EQ(log.sizes(), std::vector<std::size_t>());
 }
 
-TEST_F(ArraymapReplaceFmt, ChangesNothingIfTheTextCannotBeWrittenAfterItWasMeasured)
-{
-    fill(map, {{"key", {"text\0"s}}});
-    with_fallible_conversion([this] {
-        expect_unchanged(EIO, [this] {
-            grant_conversions(1);
-            return arraymap_replace_fmt(&map, "key", 0, fallible_format(), 0);
-        });
-        grant_conversions(2);
-        EXPECT_EQ(arraymap_replace_fmt(&map, "key", 0, fallible_format(), 0), 0);
-        EXPECT_EQ(values_of(map, "key"), Values{"converted\0"s});
-    });
-}
-
 TEST_F(ArraymapReplaceFmt, AllocatesTheTextAndThenTheValue)
 {
     fill(map, {{"key", {"old"}}});

@@ -268,25 +268,6 @@ TYPED_TEST(ListFmt, ReportsATextThatIsTooLong)
     EXPECT_EQ(log.sizes(), std::vector<std::size_t>());
 }
 
-TYPED_TEST(ListFmt, ChangesNothingIfTheTextCannotBeWrittenAfterItWasMeasured)
-{
-    fill(this->map, {{"key", {"\0"s, "converted\0"s}}});
-    with_fallible_conversion([this] {
-        for (const auto call : {TypeParam::insert_fmt, TypeParam::delete_fmt}) {
-            this->expect_unchanged(EIO, [&] {
-                grant_conversions(1);
-                return call(&this->map, "key", fallible_format(), 0);
-            });
-        }
-        grant_conversions(2);
-        EXPECT_EQ(TypeParam::delete_fmt(&this->map, "key", fallible_format(), 0), 0);
-        grant_conversions(2);
-        EXPECT_EQ(TypeParam::insert_fmt(&this->map, "other key", fallible_format(), 0), 0);
-        EXPECT_EQ(values_of(this->map, "key"), std::vector{"\0"s});
-        EXPECT_EQ(values_of(this->map, "other key"), std::vector{"converted\0"s});
-    });
-}
-
 TYPED_TEST(ListFmt, AllocatesTheTextFirst)
 {
     ASSERT_EQ(TypeParam::insert_str(&this->map, "key", "1"), 0);

@@ -272,24 +272,6 @@ TEST_F(MapFmt, ReportsATextThatIsTooLong)
     }
 }
 
-TEST_F(MapFmt, StoresNothingIfTheTextCannotBeWrittenAfterItWasMeasured)
-{
-    ASSERT_EQ(map_insert_str(&map, "key", "text"), 0);
-    with_fallible_conversion([this] {
-        expect_unchanged(EIO, [this] {
-            grant_conversions(1);
-            return map_insert_fmt(&map, "new", fallible_format(), 0);
-        });
-        expect_unchanged(EIO, [this] {
-            grant_conversions(1);
-            return map_replace_fmt(&map, "key", fallible_format(), 0);
-        });
-        grant_conversions(2);
-        EXPECT_EQ(map_replace_fmt(&map, "key", fallible_format(), 0), 0);
-        EXPECT_EQ(value_of(map, "key"), "converted\0"s);
-    });
-}
-
 TEST_F(MapFmt, ReportsTheErrorOfAFormatThatFails)
 {
     ASSERT_EQ(map_insert_str(&map, "key", "text"), 0);
