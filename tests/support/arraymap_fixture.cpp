@@ -4,11 +4,8 @@
 
 ArraymapState state_of(const arraymap_t &map)
 {
-    return list_state_of<arraymap_key_t, arraymap_value_t>(
-        map, _arraymap_hashlist, _arraymap_keycmp,
-        [](const std::vector<ArraymapState::Value> &, const arraymap_value_t &value) {
-            return value.index;
-        });
+    return list_state_of<arraymap_key_t>(map,
+                                         [](const arraymap_value_t &value) { return value.index; });
 }
 
 std::vector<KeyValues> content_of(const arraymap_t &map)

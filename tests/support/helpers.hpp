@@ -2,6 +2,7 @@
 #pragma once
 
 #include "allocations.hpp"
+#include "walker.hpp"
 
 #include <gtest/gtest.h>
 
@@ -14,6 +15,15 @@
 #include <vector>
 
 using namespace std::string_literals;
+
+// Walks the container, and fails the test where an invariant does not hold. Whether all do.
+template <class Container>
+bool expect_consistent(const Container &container)
+{
+    const walker::Walk walk = walker::walk(container);
+    EXPECT_EQ(walk.broken, nullptr) << walk.broken << ": see " << walk.node;
+    return walk.broken == nullptr;
+}
 
 // What a function writes to a stream.
 std::string written(const std::function<void(FILE *)> &write);

@@ -31,8 +31,7 @@ struct MapState {
 
 std::ostream &operator<<(std::ostream &out, const MapState &state);
 
-// Reads the state and, on the way, fails the test on every invariant that does not hold: links both
-// ways, tails, bucket choice, no two equal keys, the count, key and value inside the entry.
+// Walks the map first: a state is read only where every invariant holds.
 MapState state_of(const map_t &map);
 
 // The same without the addresses: what a caller can observe of the order and content.

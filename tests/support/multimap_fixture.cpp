@@ -4,15 +4,7 @@
 
 MultimapState state_of(const multimap_t &map)
 {
-    return list_state_of<multimap_key_t, multimap_value_t>(
-        map, _multimap_hashlist, _multimap_keycmp,
-        [](const std::vector<MultimapState::Value> &earlier, const multimap_value_t &value) {
-            const std::string data(static_cast<const char *>(value.data), value.len);
-            for (const MultimapState::Value &other : earlier) {
-                EXPECT_NE(other.data, data) << "the same value twice under a key";
-            }
-            return 0U;
-        });
+    return list_state_of<multimap_key_t>(map, [](const multimap_value_t &) { return 0U; });
 }
 
 std::vector<KeyValues> content_of(const multimap_t &map)

@@ -10,7 +10,7 @@
 
 using MultimapState = ListState<multimap_t>;
 
-// Checks every invariant on the way; that no two values of a key are equal, too.
+// Checks every invariant on the way.
 MultimapState state_of(const multimap_t &map);
 
 // The same without the addresses: what a caller can observe of the order and content.

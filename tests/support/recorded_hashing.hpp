@@ -1,4 +1,4 @@
-// Hash functions that record what they are asked.
+// Hash functions that record what they are asked, other than by the walker.
 #pragma once
 
 #include "helpers.hpp"
@@ -15,7 +15,9 @@ inline std::vector<std::pair<const void *, std::string>> hashings;
 template <map_hash_fn hash>
 uint32_t recorded(const void *container, const char *key)
 {
-    hashings.emplace_back(container, key);
+    if (!walker::is_walking()) {
+        hashings.emplace_back(container, key);
+    }
     return hash(container, key);
 }
 

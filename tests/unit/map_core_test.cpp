@@ -1,4 +1,5 @@
 #include "map_fixture.hpp"
+#include "recorded_hashing.hpp"
 
 #include "map_internal.h"
 #include "table/allocate.hpp"
@@ -7,8 +8,6 @@
 #include <climits>
 #include <cstdint>
 #include <cstring>
-
-using Keys = std::vector<std::string>;
 
 class MapInit : public MapTest {};
 
@@ -272,18 +271,9 @@ TEST_F(MapInsert, RefusesAReleasedMap)
 
 TEST_F(MapInsert, AsksTheCallersHashOnce)
 {
-    static int calls;
-    calls = 0;
-    ASSERT_EQ(map_sethashfunc(&map,
-                              [](const void *, const char *) {
-                                  ++calls;
-                                  return 0U;
-                              }),
-              0);
-    ASSERT_EQ(insert(map, "key", "value"), 0);
-    EXPECT_EQ(calls, 1);
-    ASSERT_EQ(replace(map, "key", "other"), 0);
-    EXPECT_EQ(calls, 2);
+    ASSERT_EQ(map_sethashfunc(&map, recorded<hash_all_to_zero>), 0);
+    EXPECT_EQ(hashed_during([this] { ASSERT_EQ(insert(map, "key", "value"), 0); }), Keys{"key"});
+    EXPECT_EQ(hashed_during([this] { ASSERT_EQ(replace(map, "key", "other"), 0); }), Keys{"key"});
 }
 
 TEST(AllocateNode, RefusesASumThatOverflows)
