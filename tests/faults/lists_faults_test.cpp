@@ -123,6 +123,19 @@ class FaultTest : public Family::Test {
                            [call = insert.call](Container &m) { return call(m, "key"); },
                            insert.scratch_allocations + 1});
         }
+        all.push_back({"insert, what is its own",
+                       [](Container &m) {
+                           return Family::insert(&m, stored_text(m, "key", 0), stored_key(m, "key"),
+                                                 3);
+                       },
+                       2});
+        all.push_back({"insert_fmt, what is its own",
+                       [](Container &m) {
+                           return Family::insert_fmt(&m, stored_key(m, "key"), "%s%s",
+                                                     stored_text(m, "key", 0),
+                                                     stored_key(m, "key"));
+                       },
+                       2});
         return all;
     }
 
@@ -241,24 +254,53 @@ class ListSetFaults : public FaultTest<Family> {
   protected:
     using Container = typename Family::Container;
 
+    // Into destinations that are filled, at the limit, and churned.
     void expect_an_empty_destination(
         const char *name,
         const std::function<int(const Container *source, Container *dst)> &operation,
         std::size_t more_allocations)
     {
         const auto held = static_cast<std::size_t>(this->map.numkeys + this->map.numvalues);
-        ::expect_an_empty_destination<typename Family::Own>(
-            name, this->map, std::function([&](const Container *source, Container *dst) {
-                const int result = operation(source, dst);
-                if (result == 0) {
-                    EXPECT_EQ(Family::isequal(source, dst), 1);
-                }
-                return result;
-            }),
-            std::function([](Container &dst) {
-                fill(dst, {{"left over", {"one", "two"}}});
-            }),
-            held + more_allocations);
+        const auto checked = [&](const Container *source, Container *dst) {
+            const int result = operation(source, dst);
+            if (result == 0) {
+                EXPECT_EQ(Family::isequal(source, dst), 1);
+            }
+            return result;
+        };
+        const auto leave_some = [](Container &dst) {
+            fill(dst, {{"left over", {"one", "two"}}});
+        };
+        const auto leave_at_limit = [&](Container &dst) {
+            leave_some(dst);
+            ASSERT_EQ(Family::setmaxkeys(&dst, this->map.numkeys + 1), 0);
+        };
+        const auto leave_churned = [](Container &dst) {
+            FaultTest<Family>::fill_and_churn(dst);
+            ASSERT_EQ(Family::sethashsize(&dst, 32), 0);
+        };
+        for (const std::function<void(Container &)> &leave :
+             std::vector<std::function<void(Container &)>>{leave_some, leave_at_limit,
+                                                           leave_churned}) {
+            ::expect_an_empty_destination<typename Family::Own>(name, this->map, checked, leave,
+                                                                held + more_allocations);
+        }
+    }
+
+    // `copied_buckets` are the allocations that a copy makes for its buckets.
+    void expect_empty_destinations(std::size_t copied_buckets)
+    {
+        expect_an_empty_destination(
+            "intersection",
+            [](const auto *a, auto *dst) { return Family::intersection(a, a, dst); }, 0);
+        expect_an_empty_destination(
+            "union", [](const auto *a, auto *dst) { return Family::set_union(a, a, dst); }, 0);
+        typename Family::Own nothing;
+        expect_an_empty_destination(
+            "union, all from the second",
+            [&](const auto *b, auto *dst) { return Family::set_union(&nothing, b, dst); }, 0);
+        expect_an_empty_destination(
+            "copy", [](const auto *a, auto *dst) { return Family::copy(a, dst); }, copied_buckets);
     }
 };
 
@@ -267,20 +309,16 @@ TYPED_TEST_SUITE(ListSetFaults, ListFamilies, TypeName);
 TYPED_TEST(ListSetFaults, LeaveTheDestinationEmpty)
 {
     this->fill_some(this->map);
-    this->expect_an_empty_destination(
-        "intersection", [](const auto *a, auto *dst) { return TypeParam::intersection(a, a, dst); },
-        0);
-    this->expect_an_empty_destination(
-        "union", [](const auto *a, auto *dst) { return TypeParam::set_union(a, a, dst); }, 0);
-    typename TypeParam::Own nothing;
-    this->expect_an_empty_destination(
-        "union, all from the second",
-        [&](const auto *b, auto *dst) { return TypeParam::set_union(&nothing, b, dst); }, 0);
-    this->expect_an_empty_destination(
-        "copy, equal sizes", [](const auto *a, auto *dst) { return TypeParam::copy(a, dst); }, 0);
+    this->expect_empty_destinations(0);
     ASSERT_EQ(TypeParam::sethashsize(&this->map, 64), 0);
     this->expect_an_empty_destination(
         "copy, new buckets", [](const auto *a, auto *dst) { return TypeParam::copy(a, dst); }, 1);
+}
+
+TYPED_TEST(ListSetFaults, LeaveTheDestinationOfAChurnedSourceEmpty)
+{
+    this->fill_and_churn(this->map);
+    this->expect_empty_destinations(1);
 }
 
 TYPED_TEST(ListSetFaults, OfCopysBucketsKeepTheOldNumber)
@@ -332,21 +370,40 @@ TYPED_TEST(ListSetFaults, OfMergeKeepWhatWasAddedSoFar)
     // "key" is there already, and so is "second".
     const int missing_values = this->map.numvalues - (TypeParam::keeps_equal_values ? 0 : 1);
     const auto allocations = static_cast<std::size_t>(this->map.numkeys - 1 + missing_values);
-    for (std::size_t nth = 0; nth <= allocations; ++nth) {
-        typename TypeParam::Own dst;
-        ASSERT_EQ(TypeParam::sethashfunc(&dst, hash_all_to_zero), 0);
-        fill(*dst, own);
-        {
-            Failure failure(nth);
-            EXPECT_EQ(TypeParam::merge(&this->map, &dst), nth < allocations ? ENOMEM : 0);
+    for (const Failure::How how : ways_to_fail) {
+        for (std::size_t nth = 0; nth <= allocations; ++nth) {
+            const std::size_t live = allocations::live();
+            typename TypeParam::Own dst;
+            ASSERT_EQ(TypeParam::sethashfunc(&dst, hash_all_to_zero), 0);
+            fill(*dst, own);
+            {
+                Failure failure(nth, how);
+                EXPECT_EQ(TypeParam::merge(&this->map, &dst), nth < allocations ? ENOMEM : 0);
+            }
+            EXPECT_EQ(content_of(*dst), merged_before<TypeParam>(nth, content_of(source), own))
+                << nth;
+            const auto held = static_cast<std::size_t>(dst->numkeys + dst->numvalues);
+            EXPECT_EQ(allocations::live(), live + 1 + held) << "leaked";
+            EXPECT_EQ(state_of(this->map), source);
         }
-        EXPECT_EQ(content_of(*dst), merged_before<TypeParam>(nth, content_of(source), own)) << nth;
-        EXPECT_EQ(state_of(this->map), source);
     }
 }
 
 template <class Family>
 class ListPrintFaults : public FaultTest<Family> {
+  protected:
+    void expect_fallback_of_all()
+    {
+        std::string lines;
+        for (const auto &[key, values] : content_of(this->map)) {
+            for (std::size_t i = 0; i < values.size(); ++i) {
+                lines += " " + key + "[" + std::to_string(i) + "]=" + values[i].c_str() + "\n";
+            }
+        }
+        const auto before = state_of(this->map);
+        expect_fallback<Family>(this->map, header_of(this->map) + lines, lines);
+        EXPECT_EQ(state_of(this->map), before);
+    }
 };
 
 TYPED_TEST_SUITE(ListPrintFaults, ListFamilies, TypeName);
@@ -354,11 +411,8 @@ TYPED_TEST_SUITE(ListPrintFaults, ListFamilies, TypeName);
 TYPED_TEST(ListPrintFaults, FallBackToIterationOrder)
 {
     this->fill_some(this->map);
-    std::string lines;
-    for (const auto &[key, values] : content_of(this->map)) {
-        for (std::size_t i = 0; i < values.size(); ++i) {
-            lines += " " + key + "[" + std::to_string(i) + "]=" + values[i].c_str() + "\n";
-        }
-    }
-    expect_fallback<TypeParam>(this->map, header_of(this->map) + lines, lines);
+    this->expect_fallback_of_all();
+    ASSERT_EQ(TypeParam::clear(&this->map), 0);
+    this->fill_and_churn(this->map);
+    this->expect_fallback_of_all();
 }

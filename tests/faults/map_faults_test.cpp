@@ -3,6 +3,8 @@
 #include "fault_runs.hpp"
 #include "map_fixture.hpp"
 
+#include "map_internal.h"
+
 #include <cstdlib>
 
 using allocations::Failure;
@@ -87,6 +89,24 @@ const std::vector<Call> calls_on_filled = {
          return map_array_append(&m, "list", key, sizeof key);
      },
      1},
+    {"map_replace, by itself",
+     [](map_t &m) { return map_replace(&m, stored_key(m, "key"), stored_text(m, "key"), 3); }, 1},
+    {"map_replace_fmt, by itself",
+     [](map_t &m) {
+         return map_replace_fmt(&m, stored_key(m, "key"), "%s", stored_text(m, "key"));
+     },
+     2},
+    {"_map_sort",
+     [](map_t &m) {
+         map_sort_item_t *items = nullptr;
+         int32_t count = -1;
+         const int result = _map_sort(&m, &items, &count);
+         EXPECT_EQ(items != nullptr, result == 0);
+         EXPECT_EQ(count, result == 0 ? m.numkeys : -1);
+         std::free(items);
+         return result;
+     },
+     1},
     {"_map_sort through map_print_sorted",
      [](map_t &m) {
          int result = 0;
@@ -123,6 +143,8 @@ void fill_to_the_limit(map_t &map)
 void fill_and_churn(map_t &map)
 {
     fill(map);
+    char key[16];
+    ASSERT_EQ(map_array_append(&map, "list", key, sizeof key), 0);
     for (int i = 0; i < 60; i += 3) {
         ASSERT_EQ(map_erase(&map, std::to_string(i).c_str()), 0);
         ASSERT_EQ(replace(map, std::to_string(i + 1).c_str(), "replaced"), 0);
@@ -162,6 +184,25 @@ TEST_F(MapFaults, LeaveAChurnedMapAsItWas)
     expect_filled_to_survive(fill_and_churn);
 }
 
+TEST_F(MapFaults, OfInitLeaveTheRecordReleased)
+{
+    for (const Failure::How how : ways_to_fail) {
+        Map fresh;
+        ASSERT_EQ(map_destroy(&fresh), 0);
+        {
+            Failure failure(0, how);
+            EXPECT_EQ(map_init(&fresh), ENOMEM);
+            EXPECT_TRUE(failure.happened());
+        }
+        EXPECT_EQ(fresh->buckets, nullptr);
+        EXPECT_EQ(map_destroy(&fresh), 0);
+        Failure none(1);
+        EXPECT_EQ(map_init(&fresh), 0);
+        EXPECT_FALSE(none.happened());
+        EXPECT_EQ(insert(*fresh, "key", "value"), ENOMEM);
+    }
+}
+
 TEST_F(MapFaults, LeaveAReleasedMapReleasedWhenItsBucketsAreNotToBeHad)
 {
     ASSERT_EQ(map_destroy(&map), 0);
@@ -171,42 +212,128 @@ TEST_F(MapFaults, LeaveAReleasedMapReleasedWhenItsBucketsAreNotToBeHad)
     });
 }
 
+TEST_F(MapFaults, OfAFormatComeBeforeARefusal)
+{
+    ASSERT_EQ(map_insert_str(&map, "key", "text"), 0);
+    ASSERT_EQ(map_setmaxkeys(&map, 1), 0);
+    Failure failure(0);
+    expect_unchanged(ENOMEM, [this] { return map_insert_fmt(&map, "key", "%d", 1); });
+    expect_unchanged(ENOMEM, [this] { return map_replace_fmt(&map, "new", "%d", 1); });
+}
+
+// A pop that fails is resumed by the next.
 TEST_F(MapFaults, OfAPopComeAfterTheElementIsErased)
 {
-    fill(map);
-    {
-        Failure failure(0);
-        EXPECT_EQ(map_array_pop(&map, "list"), ENOMEM);
+    for (const auto &prepare : {fill, fill_to_the_limit, fill_and_churn}) {
+        for (const Failure::How how : ways_to_fail) {
+            Map popped;
+            prepare(*popped);
+            Map expected;
+            ASSERT_EQ(map_copy(&popped, &expected), 0);
+            ASSERT_EQ(map_erase(&expected, "list:1"), 0);
+            const std::size_t live = allocations::live();
+            {
+                Failure failure(0, how);
+                EXPECT_EQ(map_array_pop(&popped, "list"), ENOMEM);
+                EXPECT_TRUE(failure.happened());
+            }
+            EXPECT_EQ(content_of(*popped), content_of(*expected));
+            EXPECT_EQ(allocations::live(), live - 1) << "leaked";
+            EXPECT_EQ(map_array_pop(&popped, "list"), 0);
+            EXPECT_EQ(value_of(*popped, "list:max"), "1\0"s);
+            EXPECT_EQ(value_of(*popped, "list:0"), "first\0"s);
+        }
     }
-    EXPECT_EQ(map_haskey(&map, "list:1"), 0);
-    int count = 0;
-    EXPECT_EQ(map_array_get_max(&map, "list", &count), 0);
-    EXPECT_EQ(count, 2);
+}
+
+TEST_F(MapFaults, CannotHitWhatTakesNoMemory)
+{
+    fill(map);
+    ASSERT_EQ(map_insert_str(&map, "KEY", "other"), 0);
+    Map same;
+    ASSERT_EQ(map_copy(&map, &same), 0);
+    int32_t count;
+    int number;
+    char text[16];
+    Failure failure(0);
+    EXPECT_EQ(map_insert_str(&map, "key", "refused"), 1);
+    EXPECT_EQ(map_get_int(&map, "list:max", &number), 0);
+    EXPECT_EQ(map_cmp_str(&map, "key", "text"), 0);
+    EXPECT_EQ(map_casecmp_str(&map, "key", "TEXT"), 0);
+    EXPECT_EQ(map_copy_str(&map, "key", text, sizeof text), 0);
+    EXPECT_EQ(map_key_count(&map, &count), 0);
+    EXPECT_NE(map_key_name(&map, count - 1), nullptr);
+    EXPECT_EQ(map_isequal(&map, &same), 1);
+    EXPECT_EQ(map_merge(&same, &map), 0);
+    EXPECT_EQ(map_array_get_max(&map, "list", &number), 0);
+    EXPECT_EQ(map_array_get_key(&map, "list", 0, text, sizeof text, -1), 0);
+    EXPECT_EQ(map_array_clear(&map, "list"), 0);
+    EXPECT_FALSE(written([this](FILE *stream) { map_raw_dump(&map, stream); }).empty());
+    EXPECT_EQ(map_sethashfunc(&map, hash_length), 0);
+    EXPECT_EQ(map_setcasekeys(&map, 1), 0);
+    EXPECT_EQ(map_setcasekeys(&map, 0), 0);
+    EXPECT_EQ(map_erase(&map, "KEY"), ENOENT);
+    EXPECT_EQ(map_erase(&map, "key"), 0);
+    EXPECT_EQ(map_clear(&map), 0);
+    EXPECT_FALSE(failure.happened());
 }
 
 class MapSetFaults : public MapTest {
   protected:
+    // Into destinations that are filled, at the limit, and churned.
     void expect_an_empty_destination(
         const char *name, const std::function<int(const map_t *source, map_t *dst)> &operation,
         std::size_t more_allocations)
     {
-        ::expect_an_empty_destination<Map>(
-            name, map, operation,
-            [](map_t &dst) { ASSERT_EQ(insert(dst, "left over", "value"), 0); },
-            static_cast<std::size_t>(map.numkeys) + more_allocations);
+        const auto checked = [&](const map_t *source, map_t *dst) {
+            const int result = operation(source, dst);
+            if (result == 0) {
+                EXPECT_EQ(map_isequal(source, dst), 1);
+            }
+            return result;
+        };
+        const auto leave_some = [](map_t &dst) {
+            ASSERT_EQ(insert(dst, "left over", "value"), 0);
+        };
+        const auto leave_at_limit = [&](map_t &dst) {
+            leave_some(dst);
+            ASSERT_EQ(map_setmaxkeys(&dst, map.numkeys + 1), 0);
+        };
+        const auto leave_churned = [](map_t &dst) {
+            fill_and_churn(dst);
+            ASSERT_EQ(map_sethashsize(&dst, 32), 0);
+        };
+        for (const std::function<void(map_t &)> &leave :
+             std::vector<std::function<void(map_t &)>>{leave_some, leave_at_limit, leave_churned}) {
+            ::expect_an_empty_destination<Map>(name, map, checked, leave,
+                                               static_cast<std::size_t>(map.numkeys) +
+                                                   more_allocations);
+        }
+    }
+
+    // `copied_buckets` are the allocations that a copy makes for its buckets.
+    void expect_empty_destinations(std::size_t copied_buckets)
+    {
+        expect_an_empty_destination("map_copy_dst_hashsize", map_copy_dst_hashsize, 0);
+        expect_an_empty_destination(
+            "map_intersection",
+            [](const map_t *a, map_t *dst) { return map_intersection(a, a, dst); }, 0);
+        expect_an_empty_destination("map_copy", map_copy, copied_buckets);
     }
 };
 
 TEST_F(MapSetFaults, LeaveTheDestinationEmpty)
 {
     fill(map);
-    expect_an_empty_destination("map_copy_dst_hashsize", map_copy_dst_hashsize, 0);
-    expect_an_empty_destination(
-        "map_intersection", [](const map_t *a, map_t *dst) { return map_intersection(a, a, dst); },
-        0);
-    expect_an_empty_destination("map_copy, equal sizes", map_copy, 0);
+    expect_empty_destinations(0);
     ASSERT_EQ(map_sethashsize(&map, 64), 0);
     expect_an_empty_destination("map_copy, new buckets", map_copy, 1);
+}
+
+TEST_F(MapSetFaults, LeaveTheDestinationOfAChurnedSourceEmpty)
+{
+    fill_and_churn(map);
+    expect_empty_destinations(1);
 }
 
 TEST_F(MapSetFaults, OfMapCopysBucketsKeepTheOldNumber)
@@ -223,16 +350,29 @@ TEST_F(MapSetFaults, OfMapCopysBucketsKeepTheOldNumber)
 TEST_F(MapSetFaults, OfMergeKeepWhatWasAddedSoFar)
 {
     fill(map);
-    const auto source = content_of(map);
-    for (std::size_t nth = 0; nth < source.size(); ++nth) {
-        Map dst;
-        {
-            Failure failure(nth);
-            EXPECT_EQ(map_merge(&map, &dst), ENOMEM);
+    const MapState source = state_of(map);
+    for (const Failure::How how : ways_to_fail) {
+        std::size_t nth = 0;
+        // In one bucket, what is added stands behind the destination's own.
+        std::vector<std::pair<std::string, std::string>> merged = {{"key", "own"}};
+        for (const auto &entry : content_of(map)) {
+            if (entry.first == "key") {
+                continue;
+            }
+            const std::size_t live = allocations::live();
+            Map dst;
+            ASSERT_EQ(map_sethashsize(&dst, 1), 0);
+            ASSERT_EQ(insert(*dst, "key", "own"), 0);
+            {
+                Failure failure(nth, how);
+                EXPECT_EQ(map_merge(&map, &dst), ENOMEM);
+            }
+            EXPECT_EQ(content_of(*dst), merged);
+            EXPECT_EQ(allocations::live(), live + 1 + merged.size()) << "leaked";
+            EXPECT_EQ(state_of(map), source);
+            merged.push_back(entry);
+            ++nth;
         }
-        const auto merged = content_of(*dst);
-        EXPECT_EQ(merged,
-                  decltype(merged)(source.begin(), source.begin() + static_cast<long>(nth)));
     }
 }
 
@@ -242,17 +382,28 @@ struct MapPrinters {
     static constexpr auto print = map_print;
 };
 
-class MapPrintFaults : public MapTest {};
+class MapPrintFaults : public MapTest {
+  protected:
+    void expect_fallback_of_all()
+    {
+        std::string lines;
+        std::string indented;
+        for (const auto &[key, value] : content_of(map)) {
+            const std::string line = key + "=" + value.c_str() + "\n";
+            lines += line;
+            indented += " " + line;
+        }
+        const MapState before = state_of(map);
+        expect_fallback<MapPrinters>(map, header_of(map) + indented, lines);
+        EXPECT_EQ(state_of(map), before);
+    }
+};
 
 TEST_F(MapPrintFaults, FallBackToIterationOrder)
 {
     fill(map);
-    std::string lines;
-    std::string indented;
-    for (const auto &[key, value] : content_of(map)) {
-        const std::string line = key + "=" + value.c_str() + "\n";
-        lines += line;
-        indented += " " + line;
-    }
-    expect_fallback<MapPrinters>(map, header_of(map) + indented, lines);
+    expect_fallback_of_all();
+    ASSERT_EQ(map_clear(&map), 0);
+    fill_and_churn(map);
+    expect_fallback_of_all();
 }

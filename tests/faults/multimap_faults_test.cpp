@@ -1,4 +1,5 @@
-// What no failing allocation can hit, in the multimap.
+// What a failing allocation does to calls that only the multimap has or refuses, and what none can
+// hit.
 #include "fault_runs.hpp"
 #include "multimap_fixture.hpp"
 
@@ -31,6 +32,13 @@ TEST_F(MultimapFaults, CannotHitWhatTakesNoMemory)
     EXPECT_EQ(multimap_erase(&map, "key"), 0);
     EXPECT_EQ(multimap_clear(&map), 0);
     EXPECT_FALSE(failure.happened());
+}
+
+TEST_F(MultimapFaults, OfAnInsertedFormatComeBeforeItsRefusal)
+{
+    fill(map, {{"key", {"1\0"s}}});
+    Failure failure(0);
+    expect_unchanged(ENOMEM, [this] { return multimap_insert_fmt(&map, "key", "%d", 1); });
 }
 
 TEST_F(MultimapFaults, OfAUnionWithAReleasedMultimapLeaveTheDestinationEmpty)

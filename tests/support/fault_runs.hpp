@@ -49,7 +49,7 @@ void expect_to_be_survived(const std::vector<AllocatingCall<Container>> &calls, 
 }
 
 // Runs operation(source, dst), which makes so many allocations, into destinations that leave_something
-// has filled: if one fails, the destination must be empty.
+// has filled: if one fails, the destination must be empty, with its settings, and of use again.
 template <class Own, class Container, class Operation, class Leave>
 void expect_an_empty_destination(const char *name, const Container &source, Operation operation,
                                  Leave leave_something, std::size_t allocations)
@@ -61,6 +61,7 @@ void expect_an_empty_destination(const char *name, const Container &source, Oper
             Own dst;
             const std::size_t empty = allocations::live();
             leave_something(*dst);
+            const Container left = *dst;
             {
                 allocations::Failure failure(nth, how);
                 EXPECT_EQ(operation(&source, &dst), ENOMEM);
@@ -69,10 +70,16 @@ void expect_an_empty_destination(const char *name, const Container &source, Oper
             EXPECT_EQ(dst->numkeys, 0);
             EXPECT_TRUE(content_of(*dst).empty());
             EXPECT_EQ(allocations::live(), empty) << "leaked";
+            EXPECT_EQ(dst->maxkeys, left.maxkeys);
+            EXPECT_EQ(dst->casekeys, left.casekeys);
+            EXPECT_EQ(dst->hashfunc, left.hashfunc);
             EXPECT_EQ(state_of(source), before);
+            EXPECT_EQ(operation(&source, &dst), 0);
+            EXPECT_EQ(dst->numkeys, source.numkeys);
         }
     }
     Own dst;
+    leave_something(*dst);
     allocations::Failure none(allocations);
     EXPECT_EQ(operation(&source, &dst), 0);
     EXPECT_FALSE(none.happened());
