@@ -10,8 +10,8 @@
 namespace walker {
 namespace {
 
-constexpr uint32_t always_walked = 512;
-constexpr uint32_t neighbours = 64;
+constexpr uint32_t always_walked = 256;
+constexpr uint32_t neighbours = 16;
 
 void print_and_abort(const char *when, const Walk &finding)
 {

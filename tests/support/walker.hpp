@@ -41,8 +41,8 @@ bool is_walking();
 
 // In a program that links the target `walker`, a walk goes before and after every call that changes a
 // container, also those that the typed layer makes, over each container that the call was given. Of
-// containers of up to 512 buckets, keys and values together that is every call, of larger ones so
-// many, by lot, that the cost of a call stays the same. A key is compared with its nearest 64
+// containers of up to 256 buckets, keys and values together that is every call, of larger ones so
+// many, by lot, that the cost of a call stays the same. A key is compared with its nearest 16
 // predecessors then, and so is a value.
 
 // What is done about a finding. `when` names the call, and whether it is over.
