@@ -287,9 +287,13 @@ class ListSetFaults : public FaultTest<Family> {
         }
     }
 
-    // `copied_buckets` are the allocations that a copy makes for its buckets.
+    // `copied_buckets` are the allocations that a copy makes for its buckets. Each allocation is a call
+    // of its own: a few keys have enough.
     void expect_empty_destinations(std::size_t copied_buckets)
     {
+        for (int i = 12; i < 42; ++i) {
+            Family::erase(&this->map, std::to_string(i).c_str());
+        }
         expect_an_empty_destination(
             "intersection",
             [](const auto *a, auto *dst) { return Family::intersection(a, a, dst); }, 0);

@@ -311,9 +311,13 @@ class MapSetFaults : public MapTest {
         }
     }
 
-    // `copied_buckets` are the allocations that a copy makes for its buckets.
+    // `copied_buckets` are the allocations that a copy makes for its buckets. Each allocation is a call
+    // of its own: a few keys have enough.
     void expect_empty_destinations(std::size_t copied_buckets)
     {
+        for (int i = 20; i < 60; ++i) {
+            map_erase(&map, std::to_string(i).c_str());
+        }
         expect_an_empty_destination("map_copy_dst_hashsize", map_copy_dst_hashsize, 0);
         expect_an_empty_destination(
             "map_intersection",
