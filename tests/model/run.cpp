@@ -1,0 +1,126 @@
+#include "run.hpp"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace model {
+
+namespace {
+
+// Containers that are not as they should be are left alone: destroying them might crash. Here they
+// are no leak to a leak checker.
+void abandon(std::unique_ptr<World> world)
+{
+    static auto *abandoned = new std::vector<std::unique_ptr<World>>;
+    abandoned->push_back(std::move(world));
+}
+
+Sequence without(const Sequence &sequence, std::size_t begin, std::size_t count)
+{
+    Sequence rest = sequence;
+    const auto first = rest.begin() + static_cast<std::ptrdiff_t>(begin);
+    const auto last = first + static_cast<std::ptrdiff_t>(std::min(count, sequence.size() - begin));
+    rest.erase(first, last);
+    return rest;
+}
+
+// Whether the sequence shows a difference too, and is to be gone on with.
+bool still_differs(const Family &family, const Sequence &sequence, Finding &finding)
+{
+    Finding candidate = apply_sequence(family, sequence, 1);
+    if (!candidate) {
+        return false;
+    }
+    finding = std::move(candidate);
+    return true;
+}
+
+// Leaves out chunks, from the largest to single operations, as long as any can be.
+void leave_out(const Family &family, Finding &finding)
+{
+    for (std::size_t chunk = finding.sequence.size(); chunk >= 1; chunk /= 2) {
+        bool left_out = true;
+        while (left_out) {
+            left_out = false;
+            for (std::size_t begin = 0; begin < finding.sequence.size();) {
+                if (still_differs(family, without(finding.sequence, begin, chunk), finding)) {
+                    left_out = true;
+                } else {
+                    begin += chunk;
+                }
+            }
+        }
+    }
+}
+
+bool simplify(const Family &family, Finding &finding)
+{
+    bool simplified = false;
+    for (std::size_t i = 0; i < finding.sequence.size(); ++i) {
+        for (const Operation &simpler : family.simpler(finding.sequence[i])) {
+            Sequence candidate = finding.sequence;
+            candidate[i] = simpler;
+            if (still_differs(family, candidate, finding)) {
+                simplified = true;
+                break;
+            }
+        }
+    }
+    return simplified;
+}
+
+} // namespace
+
+Sequence choose_sequence(const Family &family, Choices &choices, std::size_t length)
+{
+    Sequence sequence;
+    while (sequence.size() < length && choices.more()) {
+        sequence.push_back(family.choose(choices));
+    }
+    return sequence;
+}
+
+Finding apply_sequence(const Family &family, const Sequence &sequence, std::size_t stride,
+                       bool trace)
+{
+    auto world = family.make_world();
+    for (std::size_t i = 0; i < sequence.size() && world->difference().empty(); ++i) {
+        if (trace) {
+            std::puts(family.describe(sequence[i]).c_str());
+            std::fflush(stdout);
+        }
+        family.kind_of(sequence[i]).apply(*world, sequence[i]);
+        if ((i + 1) % stride == 0 || i + 1 == sequence.size()) {
+            world->compare_everything();
+        } else {
+            world->compare_records();
+        }
+        if (!world->difference().empty()) {
+            const auto end = sequence.begin() + static_cast<std::ptrdiff_t>(i + 1);
+            const Finding finding{{sequence.begin(), end}, world->difference()};
+            abandon(std::move(world));
+            return finding;
+        }
+    }
+    return {};
+}
+
+Finding shrunk(const Family &family, const Finding &finding)
+{
+    Finding smallest = finding;
+    do {
+        leave_out(family, smallest);
+    } while (simplify(family, smallest));
+    return smallest;
+}
+
+std::string described(const Family &family, const Finding &finding)
+{
+    std::string text;
+    for (const Operation &operation : finding.sequence) {
+        text += "  " + family.describe(operation) + '\n';
+    }
+    return text + finding.difference + '\n';
+}
+
+} // namespace model
