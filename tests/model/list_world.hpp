@@ -174,7 +174,7 @@ class ListWorld : public TableWorld<Api> {
         }
         for (int i = 0; i < 2; ++i) {
             agree_pointer("key after the end", at, nullptr);
-            this->agree("iterator is at the end", iterator.bucket >= in.model->hashsize(), true);
+            this->agree("bucket after the end", iterator.bucket, in.model->hashsize());
             agree_pointer("node of iterator after the end", iterator.node, node);
             agree_pointer("current key after the end", Api::key_elem(given),
                           node == nullptr ? nullptr : node->key);

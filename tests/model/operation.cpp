@@ -17,6 +17,9 @@ constexpr std::array<std::uint32_t, 4> flags = {0, 1, 5, 0x80000000};
 constexpr std::array<std::int32_t, 20> limits = {
     -1, -1, -1, -1, -1, -1, -1, -1, -1, INT32_MAX, INT32_MIN, 0, 1, 2, 4, 12, 24, 30, 40, 60};
 
+// The first of the keys and values.
+constexpr std::uint8_t often_met = 12;
+
 std::uint8_t narrow(std::uint32_t number)
 {
     return static_cast<std::uint8_t>(number);
@@ -35,7 +38,7 @@ Argument choose_key(Choices &choices)
         const auto place = static_cast<Place>(1 + choices.below(3));
         return {place, narrow(choices.below(256))};
     }
-    return {Place::pool, choose_from(choices, keys().size(), 12)};
+    return {Place::pool, choose_from(choices, keys().size(), often_met)};
 }
 
 Argument choose_value(Choices &choices)
@@ -44,7 +47,7 @@ Argument choose_value(Choices &choices)
         const auto place = static_cast<Place>(1 + choices.below(6));
         return {place, narrow(choices.below(256))};
     }
-    return {Place::pool, choose_from(choices, values().size(), 16)};
+    return {Place::pool, choose_from(choices, values().size(), often_met)};
 }
 
 std::uint64_t choose_number(Choices &choices)
@@ -92,7 +95,7 @@ void choose_field(Choices &choices, Field field, Operation &operation)
         break;
     case Field::key: operation.key = choose_key(choices); break;
     case Field::name:
-        operation.key = {Place::pool, choose_from(choices, names().size(), 4)};
+        operation.key = {Place::pool, choose_from(choices, names().size(), 5)};
         if (choices.one_in(16)) {
             operation.key.place = Place::stored_key;
         }
@@ -114,6 +117,11 @@ void choose_field(Choices &choices, Field field, Operation &operation)
     case Field::limit: operation.limit = choose_one(choices, limits); break;
     case Field::count: operation.limit = static_cast<std::int32_t>(choices.below(6)) - 1; break;
     }
+}
+
+std::uint32_t bit(Field field)
+{
+    return std::uint32_t{1} << static_cast<unsigned int>(field);
 }
 
 bool can_be_null(Field field)
@@ -247,10 +255,11 @@ Operation Family::choose(Choices &choices) const
     for (const Field field : fields) {
         choose_field(choices, field, operation);
     }
-    if (choices.one_in(24)) {
+    // Mostly one or two; now and then all of them.
+    for (bool again = choices.one_in(24); again; again = choices.one_in(2)) {
         const Field field = fields[choices.below(static_cast<std::uint32_t>(fields.size()))];
         if (can_be_null(field)) {
-            operation.nulls = std::uint32_t{1} << static_cast<unsigned int>(field);
+            operation.nulls |= bit(field);
         }
     }
     return operation;
@@ -277,19 +286,25 @@ std::vector<Operation> Family::simpler(const Operation &operation) const
             all.push_back(candidate);
         }
     };
-    const auto add_nearer = [&](Argument Operation::*argument) {
+    // What lies in the container may do as well if it lies elsewhere, or in another entry.
+    const auto add_other_places = [&](Argument Operation::*argument) {
+        const Argument given = operation.*argument;
         Operation candidate = operation;
-        if ((operation.*argument).place != Place::pool) {
-            (candidate.*argument).choice = 0;
+        if (given.place != Place::pool) {
+            for (std::uint8_t choice = 0; choice < often_met; ++choice) {
+                candidate.*argument = {Place::pool, choice};
+                add_if_different(candidate);
+            }
+            candidate.*argument = {given.place, 0};
             add_if_different(candidate);
-            (candidate.*argument).choice = narrow((operation.*argument).choice / 2U);
+            candidate.*argument = {given.place, narrow(given.choice / 2U)};
             add_if_different(candidate);
         }
     };
     for (const Field field : kind_of(operation).fields) {
         Operation candidate = operation;
         if (operation.is_null(field)) {
-            candidate.nulls = 0;
+            candidate.nulls &= ~bit(field);
         } else {
             simplify(field, candidate);
         }
@@ -303,8 +318,8 @@ std::vector<Operation> Family::simpler(const Operation &operation) const
             add_if_different(candidate);
         }
     }
-    add_nearer(&Operation::key);
-    add_nearer(&Operation::value);
+    add_other_places(&Operation::key);
+    add_other_places(&Operation::value);
     return all;
 }
 
