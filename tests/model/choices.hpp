@@ -14,9 +14,10 @@ class Choices {
     // A number from 0 to bound - 1.
     virtual std::uint32_t below(std::uint32_t bound) = 0;
 
+    // False when there is nothing left to choose by.
     bool one_in(std::uint32_t bound)
     {
-        return below(bound) == 0;
+        return below(bound) == bound - 1;
     }
 };
 

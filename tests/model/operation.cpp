@@ -313,6 +313,8 @@ std::vector<Operation> Family::simpler(const Operation &operation) const
         if (field == Field::limit && operation.limit > 1) {
             candidate.limit = 1;
             add_if_different(candidate);
+            candidate.limit = operation.limit - 1;
+            add_if_different(candidate);
         } else if (field == Field::room && operation.size > 1) {
             candidate.size = 1;
             add_if_different(candidate);

@@ -69,6 +69,27 @@ bool simplify(const Family &family, Finding &finding)
     return simplified;
 }
 
+// What one operation sets may call for as many others: a limit, for instance.
+bool simplify_and_leave_out(const Family &family, Finding &finding)
+{
+    constexpr std::size_t affordable = 50;
+    if (finding.sequence.size() > affordable) {
+        return false;
+    }
+    for (std::size_t i = 0; i < finding.sequence.size(); ++i) {
+        for (const Operation &simpler : family.simpler(finding.sequence[i])) {
+            for (std::size_t left_out = 0; left_out < finding.sequence.size(); ++left_out) {
+                Sequence candidate = finding.sequence;
+                candidate[i] = simpler;
+                if (still_differs(family, without(candidate, left_out, 1), finding)) {
+                    return true;
+                }
+            }
+        }
+    }
+    return false;
+}
+
 } // namespace
 
 Sequence choose_sequence(const Family &family, Choices &choices, std::size_t length)
@@ -110,7 +131,7 @@ Finding shrunk(const Family &family, const Finding &finding)
     Finding smallest = finding;
     do {
         leave_out(family, smallest);
-    } while (simplify(family, smallest));
+    } while (simplify(family, smallest) || simplify_and_leave_out(family, smallest));
     return smallest;
 }
 
