@@ -56,6 +56,11 @@ enum class Place : std::uint8_t {
 struct Argument {
     Place place;
     std::uint8_t choice;
+
+    bool operator==(const Argument &other) const
+    {
+        return place == other.place && choice == other.choice;
+    }
 };
 
 struct Operation {

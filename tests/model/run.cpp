@@ -69,6 +69,38 @@ bool simplify(const Family &family, Finding &finding)
     return simplified;
 }
 
+// The same for a key that several operations name.
+bool simplify_keys(const Family &family, Finding &finding)
+{
+    bool simplified = false;
+    for (std::size_t i = 0; i < finding.sequence.size(); ++i) {
+        const Argument key = finding.sequence[i].key;
+        Sequence candidate = finding.sequence;
+        for (Operation &operation : candidate) {
+            if (operation.key == key) {
+                operation.key = {};
+            }
+        }
+        if (!(key == Argument{}) && still_differs(family, candidate, finding)) {
+            simplified = true;
+        }
+    }
+    return simplified;
+}
+
+// Lets the first operation be on container 0.
+bool simplify_containers(const Family &family, Finding &finding)
+{
+    Sequence candidate = finding.sequence;
+    const std::uint8_t first = candidate.empty() ? 0 : candidate.front().containers[0];
+    for (Operation &operation : candidate) {
+        for (std::uint8_t &container : operation.containers) {
+            container = container == first ? 0 : container == 0 ? first : container;
+        }
+    }
+    return first != 0 && still_differs(family, candidate, finding);
+}
+
 // What one operation sets may call for as many others: a limit, for instance.
 bool simplify_and_leave_out(const Family &family, Finding &finding)
 {
@@ -105,25 +137,29 @@ Finding apply_sequence(const Family &family, const Sequence &sequence, std::size
                        bool trace)
 {
     auto world = family.make_world();
-    for (std::size_t i = 0; i < sequence.size() && world->difference().empty(); ++i) {
+    Sequence applied;
+    for (const Operation &operation : sequence) {
+        if (!world->difference().empty()) {
+            break;
+        }
+        applied.push_back(operation);
         if (trace) {
-            std::puts(family.describe(sequence[i]).c_str());
+            std::puts(family.describe(operation).c_str());
             std::fflush(stdout);
         }
-        family.kind_of(sequence[i]).apply(*world, sequence[i]);
-        if ((i + 1) % stride == 0 || i + 1 == sequence.size()) {
+        family.kind_of(operation).apply(*world, operation);
+        if (applied.size() % stride == 0 || applied.size() == sequence.size()) {
             world->compare_everything();
         } else {
             world->compare_records();
         }
-        if (!world->difference().empty()) {
-            const auto end = sequence.begin() + static_cast<std::ptrdiff_t>(i + 1);
-            const Finding finding{{sequence.begin(), end}, world->difference()};
-            abandon(std::move(world));
-            return finding;
-        }
     }
-    return {};
+    if (world->difference().empty()) {
+        return {};
+    }
+    Finding finding{std::move(applied), world->difference()};
+    abandon(std::move(world));
+    return finding;
 }
 
 Finding shrunk(const Family &family, const Finding &finding)
@@ -131,7 +167,8 @@ Finding shrunk(const Family &family, const Finding &finding)
     Finding smallest = finding;
     do {
         leave_out(family, smallest);
-    } while (simplify(family, smallest) || simplify_and_leave_out(family, smallest));
+    } while (simplify(family, smallest) || simplify_keys(family, smallest) ||
+             simplify_containers(family, smallest) || simplify_and_leave_out(family, smallest));
     return smallest;
 }
 
