@@ -387,7 +387,8 @@ int arraymap_sethashsize(arraymap_t *map, uint32_t size);
 /**
  * Changes the hash function. The function that is set already returns 0 at once.
  *
- * @param fn  NULL for the built-in hash.
+ * @param fn  NULL for the built-in hash. For keys that strangers choose, a keyed one: see
+ *            `map_hash_fn`.
  * @return 0; 22 if `map` is NULL.
  */
 int arraymap_sethashfunc(arraymap_t *map, map_hash_fn fn);

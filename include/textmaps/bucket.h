@@ -137,6 +137,12 @@ typedef struct map_bucket {
  * itself, or spellings in different buckets are different keys. If a later change of the hash size
  * or function brings such spellings into one bucket, look-ups find only the first of them until it
  * is erased; all of them are counted, iterated and printed.
+ *
+ * When to set one: where strangers choose the keys, such as host names or the fields of a request.
+ * The built-in hash has no secret. Whoever knows it can make any number of keys that share one
+ * bucket however many buckets there are, and every call that takes a key then walks all of them.
+ * Under a keyed hash, with a random seed beside the container, that takes the seed:
+ * examples/keyed_hash.h is one to copy. For keys of the program's own the built-in hash is cheaper.
  */
 typedef uint32_t (*map_hash_fn)(const void *container, const char *key);
 

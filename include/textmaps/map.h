@@ -296,7 +296,8 @@ int map_sethashsize(map_t *map, uint32_t size);
 /**
  * Changes the hash function. The function that is set already returns 0 at once.
  *
- * @param fn  NULL for the built-in hash.
+ * @param fn  NULL for the built-in hash. For keys that strangers choose, a keyed one: see
+ *            `map_hash_fn`.
  * @return 0; 22 if `map` is NULL.
  */
 int map_sethashfunc(map_t *map, map_hash_fn fn);

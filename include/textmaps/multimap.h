@@ -366,7 +366,8 @@ int multimap_sethashsize(multimap_t *map, uint32_t size);
 /**
  * Changes the hash function. The function that is set already returns 0 at once.
  *
- * @param fn  NULL for the built-in hash.
+ * @param fn  NULL for the built-in hash. For keys that strangers choose, a keyed one: see
+ *            `map_hash_fn`.
  * @return 0; 22 if `map` is NULL.
  */
 int multimap_sethashfunc(multimap_t *map, map_hash_fn fn);
