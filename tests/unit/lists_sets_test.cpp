@@ -826,6 +826,7 @@ TYPED_TEST(ListMerge, RefusesANullContainerAndLeavesTheOther)
     fill(this->map, {{"x", {"1"}}});
     this->expect_unchanged(EINVAL, [&] { return TypeParam::merge(nullptr, &this->map); });
     this->expect_unchanged(EINVAL, [&] { return TypeParam::merge(&this->map, nullptr); });
+    EXPECT_EQ(TypeParam::merge(&this->src, nullptr), EINVAL) << "of an empty container";
     EXPECT_EQ(TypeParam::merge(nullptr, nullptr), EINVAL);
 }
 

@@ -670,6 +670,7 @@ TEST_F(MapMerge, RefusesANullMapAndLeavesTheOther)
     fill(map, {{"x", "1"}});
     expect_unchanged(EINVAL, [&] { return map_merge(nullptr, &map); });
     expect_unchanged(EINVAL, [&] { return map_merge(&map, nullptr); });
+    EXPECT_EQ(map_merge(&src, nullptr), EINVAL) << "of an empty map";
     EXPECT_EQ(map_merge(nullptr, nullptr), EINVAL);
 }
 
