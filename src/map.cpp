@@ -123,23 +123,25 @@ void print_header(const map_t *map, print_fn print, void *context)
           static_cast<int>(map->hashsize), map->numkeys);
 }
 
-void print_entry(const map_entry_t &entry, const char *line, print_fn print, void *context)
+void print_line(const char *line, const char *key, const map_entry_t &entry, print_fn print,
+                void *context)
 {
-    print(context, line, entry.key, precision(entry.valuesz), entry.value);
+    print(context, line, key, precision(entry.valuesz), entry.value);
 }
 
 constexpr char dump_line[] = " %s=%.*s\n";
 
 constexpr auto in_sorted_order = [](const map_t &map, print_fn print, void *context) {
     print_header(&map, print, context);
-    visit_sorted(map,
-                 [=](const map_entry_t &entry) { print_entry(entry, dump_line, print, context); });
+    visit_sorted(map, [=](const char *key, const map_entry_t &entry) {
+        print_line(dump_line, key, entry, print, context);
+    });
 };
 
 constexpr auto in_iteration_order = [](const map_t &map, print_fn print, void *context) {
     print_header(&map, print, context);
     for (const map_entry_t &entry : nodes(map)) {
-        print_entry(entry, dump_line, print, context);
+        print_line(dump_line, entry.key, entry, print, context);
     }
 };
 
@@ -307,8 +309,9 @@ void map_print(const map_t *map, map_print_fn fn, void *context)
         fn(context, "%smap is empty\n", context);
         return;
     }
-    visit_sorted(*map,
-                 [=](const map_entry_t &entry) { print_entry(entry, "%s=%.*s\n", fn, context); });
+    visit_sorted(*map, [=](const char *key, const map_entry_t &entry) {
+        print_line("%s=%.*s\n", key, entry, fn, context);
+    });
 }
 
 int map_print_sorted(const map_t *map, map_print_sorted_fn fn, FILE *stream)

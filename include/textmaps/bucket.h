@@ -136,7 +136,8 @@ typedef struct map_bucket {
  * container. It is not told about `casekeys`: in a case-insensitive container it has to fold case
  * itself, or spellings in different buckets are different keys. If a later change of the hash size
  * or function brings such spellings into one bucket, look-ups find only the first of them until it
- * is erased; all of them are counted, iterated and printed.
+ * is erased; all of them are counted and iterated, and the sorted listings show for each spelling
+ * what a look-up of it finds.
  *
  * When to set one: where strangers choose the keys, such as host names or the fields of a request.
  * The built-in hash has no secret. Whoever knows it can make any number of keys that share one

@@ -73,8 +73,19 @@ struct listed {
     const void *node;
 };
 
-// Calls visit(node) for every node in sorted order, or in iteration order where there is no memory
-// to sort in.
+// Calls visit(key, node) with the node that a look-up of the node's key finds: itself, unless a hash
+// function that does not fold case has let another spelling stand before it in its bucket.
+template <class Table, class Visit>
+void visit_found(const Table &table, const node_of<Table> &node, Visit visit)
+{
+    const node_of<Table> *found = table.casekeys == 0 ? &node : find(table, node.key);
+    if (found != nullptr) {
+        visit(node.key, *found);
+    }
+}
+
+// Visits what is found under every key in sorted order, or in iteration order where there is no
+// memory to sort in.
 template <class Table, class Visit>
 void visit_sorted(const Table &table, Visit visit)
 {
@@ -83,12 +94,12 @@ void visit_sorted(const Table &table, Visit visit)
     });
     if (list.items == nullptr) {
         for (const auto &node : nodes(table)) {
-            visit(node);
+            visit_found(table, node, visit);
         }
         return;
     }
     for (std::int32_t i = 0; i < list.count; ++i) {
-        visit(*static_cast<const node_of<Table> *>(list.items[i].node));
+        visit_found(table, *static_cast<const node_of<Table> *>(list.items[i].node), visit);
     }
     std::free(list.items);
 }

@@ -306,18 +306,20 @@ const void *value_next(Iter *iter)
 
 // One line for each value of a key.
 template <class Key>
-void print_values(const Key &key, print_fn print, void *context)
+void print_values(const char *name, const Key &key, print_fn print, void *context)
 {
     unsigned int position = 0;
     for (const auto &value : values(key)) {
-        print(context, " %s[%u]=%.*s\n", key.key, position++, precision(value.len), value.data);
+        print(context, " %s[%u]=%.*s\n", name, position++, precision(value.len), value.data);
     }
 }
 
 template <class Table>
 void print_sorted(const Table &table, print_fn print, void *context)
 {
-    visit_sorted(table, [=](const node_of<Table> &key) { print_values(key, print, context); });
+    visit_sorted(table, [=](const char *name, const node_of<Table> &key) {
+        print_values(name, key, print, context);
+    });
 }
 
 template <class Table>

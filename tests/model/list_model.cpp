@@ -84,11 +84,11 @@ bool ListModel::isequal(const ListModel &other) const
     return for_each(*this, [&](Text key, Text value) { return !other.holds(*key, *value); }) == 0;
 }
 
-std::string ListModel::line(const ListEntry &entry)
+std::string ListModel::line(const std::string &key, const ListEntry &entry)
 {
     std::string lines;
     for (std::size_t position = 0; position < entry.values.size(); ++position) {
-        lines += ' ' + entry.key + '[' + std::to_string(position) +
+        lines += ' ' + key + '[' + std::to_string(position) +
                  "]=" + until_nul(entry.values[position].data) + '\n';
     }
     return lines;

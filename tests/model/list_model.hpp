@@ -38,7 +38,7 @@ class ListModel : public TableModel<ListEntry> {
     Found index(Text key, std::uint32_t position) const;
     bool isequal(const ListModel &other) const;
 
-    static std::string line(const ListEntry &entry);
+    static std::string line(const std::string &key, const ListEntry &entry);
     std::string header(const char *name, const void *address) const;
 
   protected:

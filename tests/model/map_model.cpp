@@ -329,9 +329,9 @@ int MapModel::array_clear(Text name)
     return read;
 }
 
-std::string MapModel::line(const MapEntry &entry)
+std::string MapModel::line(const std::string &key, const MapEntry &entry)
 {
-    return entry.key + '=' + until_nul(entry.value) + '\n';
+    return key + '=' + until_nul(entry.value) + '\n';
 }
 
 std::string MapModel::header(const void *address) const

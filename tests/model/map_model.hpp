@@ -44,7 +44,7 @@ class MapModel : public TableModel<MapEntry> {
     int array_clear(Text name);
 
     // The lines that dumps consist of; without `indented`, those of map_print.
-    static std::string line(const MapEntry &entry);
+    static std::string line(const std::string &key, const MapEntry &entry);
     std::string header(const void *address) const;
 
   private:

@@ -263,7 +263,11 @@ class MapWorld : public TableWorld<MapApi> {
         const bool to_null = operation.is_null(Field::out);
         const std::string text =
             streamed(to_null, [&](std::FILE *stream) { map_raw_dump(in.library, stream); });
-        agree("text", text, to_null ? "" : dumped(in, in.model->entries()));
+        std::string lines;
+        for (const MapEntry *entry : in.model->entries()) {
+            lines += MapApi::dumped_indent + MapModel::line(entry->key, *entry);
+        }
+        agree("text", text, to_null ? "" : dumped(in, lines));
     }
 
     void cmp(const Operation &operation)

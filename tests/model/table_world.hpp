@@ -368,13 +368,13 @@ class TableWorld : public ComparingWorld {
         const bool to_null = operation.is_null(Field::out);
         const std::string text =
             streamed(to_null, [&](std::FILE *stream) { Api::dump(in.library, stream); });
-        agree("text", text, to_null ? "" : dumped(in, in.model->sorted_entries()));
+        agree("text", text, to_null ? "" : dumped(in, sorted_lines(in, Api::dumped_indent)));
     }
 
     void sndump(const Operation &operation)
     {
         const Pair in = container(operation);
-        const std::string text = dumped(in, in.model->sorted_entries());
+        const std::string text = dumped(in, sorted_lines(in, Api::dumped_indent));
         // Every other room is about what is needed.
         const bool tight = operation.size % 2 != 0;
         const auto length = static_cast<std::uint32_t>(text.size());
@@ -395,10 +395,8 @@ class TableWorld : public ComparingWorld {
         const bool is_null = operation.is_null(Field::out);
         Printed printed{"> ", ""};
         Api::print(in.library, is_null ? nullptr : print_to, &printed);
-        std::string expected = in.model->numkeys == 0 ? Api::empty_notice : "";
-        for (const Entry *entry : in.model->sorted_entries()) {
-            expected += Api::printed_indent + Model::line(*entry);
-        }
+        const std::string expected =
+            in.model->numkeys == 0 ? Api::empty_notice : sorted_lines(in, Api::printed_indent);
         agree("text", printed.text, is_null ? "" : expected);
     }
 
@@ -473,16 +471,20 @@ class TableWorld : public ComparingWorld {
         }
     }
 
-    std::string dumped(const Pair &in, const std::vector<const Entry *> &entries)
+    // Every key, with what a look-up of it finds.
+    std::string sorted_lines(const Pair &in, const char *indent)
     {
-        if (entries.empty()) {
-            return "map is empty\n";
+        std::string lines;
+        for (const Entry *entry : in.model->sorted_entries()) {
+            lines += indent + Model::line(entry->key, *in.model->find(entry->key));
         }
-        std::string text = Api::header(*in.model, in.library);
-        for (const Entry *entry : entries) {
-            text += Api::dumped_indent + Model::line(*entry);
-        }
-        return text;
+        return lines;
+    }
+
+    std::string dumped(const Pair &in, const std::string &lines)
+    {
+        return in.model->numkeys == 0 ? "map is empty\n"
+                                      : Api::header(*in.model, in.library) + lines;
     }
 
     void agree_stored_key(const char *library, const Pair &in, const Entry &entry)

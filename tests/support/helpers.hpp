@@ -42,6 +42,9 @@ uint32_t hash_all_to_zero(const void *container, const char *key);
 uint32_t hash_all_to_maximum(const void *container, const char *key);
 uint32_t hash_first_byte(const void *container, const char *key);
 uint32_t hash_length(const void *container, const char *key);
+// A hash that a test changes behind the container's back.
+uint32_t hash_all_to_variable(const void *container, const char *key);
+extern uint32_t variable_hash;
 
 // Of the 256 bytes one each, in order.
 std::string every_byte();

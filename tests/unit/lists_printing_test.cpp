@@ -217,7 +217,30 @@ TYPED_TEST(EveryListPrinter, PrintsALongLineWhole)
     EXPECT_EQ(this->text(), this->expected(' ' + key + "[0]=" + value + "\n " + key + "[1]=w\n"));
 }
 
-TYPED_TEST(EveryListPrinter, LooksNothingUp)
+TYPED_TEST(EveryListPrinter, PrintsUnderEachSpellingWhatALookUpFinds)
+{
+    ASSERT_EQ(TypeParam::setcasekeys(&this->map, 1), 0);
+    ASSERT_EQ(TypeParam::sethashsize(&this->map, 64), 0);
+    ASSERT_EQ(TypeParam::sethashfunc(&this->map, hash_first_byte), 0);
+    fill(this->map, {{"a", {"1", "2"}}, {"A", {"3"}}});
+    EXPECT_EQ(this->text(), this->expected(" A[0]=3\n a[0]=1\n a[1]=2\n"));
+    ASSERT_EQ(TypeParam::sethashfunc(&this->map, nullptr), 0);
+    EXPECT_EQ(this->text(), this->expected(" A[0]=3\n a[0]=3\n"));
+    const allocations::Failure failure(0, allocations::Failure::for_good);
+    EXPECT_EQ(this->text(), this->expected(" A[0]=3\n a[0]=3\n"));
+}
+
+TYPED_TEST(EveryListPrinter, SkipsAKeyThatALookUpDoesNotFind)
+{
+    ASSERT_EQ(TypeParam::setcasekeys(&this->map, 1), 0);
+    ASSERT_EQ(TypeParam::sethashfunc(&this->map, hash_all_to_variable), 0);
+    fill(this->map, {{"a", {"1"}}});
+    variable_hash = 1;
+    EXPECT_EQ(this->text(), this->expected(""));
+    variable_hash = 0;
+}
+
+TYPED_TEST(EveryListPrinter, LooksNothingUpWhereKeysCompareWithCase)
 {
     ASSERT_EQ(TypeParam::sethashfunc(&this->map, recorded<hash_all_to_zero>), 0);
     fill(this->map, {{"b", {"2", "3"}}, {"a", {"1"}}});

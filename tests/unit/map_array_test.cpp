@@ -700,7 +700,7 @@ TEST_F(MapArrayAppend, TakesANameOf126CharactersThatLiesInTheValueThatItReplaces
 {
     const std::string name(126, 'n');
     const std::string note = note_key(name);
-    make_array(name, 2);
+    set_count(name, 2);
     ASSERT_EQ(map_insert_str(&map, note.c_str(), name.c_str()), 0);
     EXPECT_EQ(append(&map, stored_text(map, note.c_str())), 0);
     EXPECT_EQ(buffer, filled(name + ":2"));

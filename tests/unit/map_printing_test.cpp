@@ -162,7 +162,7 @@ int record_sorted(const map_t *map, FILE *stream, const map_sort_item_t *items, 
 INSTANTIATE_TEST_SUITE_P(Map, EveryPrinter, testing::ValuesIn(all_printers), name_of);
 INSTANTIATE_TEST_SUITE_P(Map, SortedPrinter, testing::ValuesIn(sorted_printers), name_of);
 
-TEST_P(EveryPrinter, LooksNothingUp)
+TEST_P(EveryPrinter, LooksNothingUpInACaseSensitiveMap)
 {
     static int hashed;
     ASSERT_EQ(map_sethashfunc(&map,
@@ -259,6 +259,30 @@ TEST_P(SortedPrinter, PrintsUpperCaseFirstInACaseInsensitiveMap)
     ASSERT_EQ(map_setcasekeys(&map, 1), 0);
     fill({{"a", "1"}, {"B", "2"}});
     EXPECT_EQ(GetParam().print(&map), expected_text(GetParam(), map, {{"B", "2"}, {"a", "1"}}));
+}
+
+TEST_P(SortedPrinter, PrintsUnderEachSpellingWhatALookUpFinds)
+{
+    ASSERT_EQ(map_setcasekeys(&map, 1), 0);
+    ASSERT_EQ(map_sethashsize(&map, 64), 0);
+    ASSERT_EQ(map_sethashfunc(&map, hash_first_byte), 0);
+    ASSERT_EQ(insert(map, "a", "1"), 0);
+    ASSERT_EQ(insert(map, "A", "2"), 0);
+    EXPECT_EQ(GetParam().print(&map), expected_text(GetParam(), map, {{"A", "2"}, {"a", "1"}}));
+    ASSERT_EQ(map_sethashfunc(&map, nullptr), 0);
+    EXPECT_EQ(GetParam().print(&map), expected_text(GetParam(), map, {{"A", "2"}, {"a", "2"}}));
+    const allocations::Failure failure(0, allocations::Failure::for_good);
+    EXPECT_EQ(GetParam().print(&map), expected_text(GetParam(), map, {{"A", "2"}, {"a", "2"}}));
+}
+
+TEST_P(SortedPrinter, SkipsAKeyThatALookUpDoesNotFind)
+{
+    ASSERT_EQ(map_setcasekeys(&map, 1), 0);
+    ASSERT_EQ(map_sethashfunc(&map, hash_all_to_variable), 0);
+    ASSERT_EQ(insert(map, "a", "1"), 0);
+    variable_hash = 1;
+    EXPECT_EQ(GetParam().print(&map), expected_text(GetParam(), map, {}));
+    variable_hash = 0;
 }
 
 TEST_P(SortedPrinter, MakesOneAllocationHoweverManyKeysThereAre)
