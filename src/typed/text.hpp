@@ -41,8 +41,6 @@ int with_formatted(const char *format, va_list arguments, Store store)
 {
     va_list measured;
     va_copy(measured, arguments);
-    // The checker loses sight of a va_list that is handed through two calls.
-    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized)
     const int length = std::vsnprintf(nullptr, 0, format, measured);
     va_end(measured);
     if (length < 0) {
