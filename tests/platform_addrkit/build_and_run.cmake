@@ -40,7 +40,7 @@ foreach(kind macaddr ipaddr cidr)
 endforeach()
 
 get_filename_component(addrkit_directory ${ADDRKIT_LIBRARY} DIRECTORY)
-separate_arguments(flags UNIX_COMMAND "${C_FLAGS}")
+separate_arguments(flags UNIX_COMMAND "${C_FLAGS} ${LINKER_FLAGS}")
 run(${C_COMPILER} ${flags} -std=c99 ${PROGRAM} -o ${SCRATCH}/program
     -I${SCRATCH}/installed/include -I${ADDRKIT_INCLUDE_DIR}
     -L${SCRATCH}/installed/lib -ltextmaps -L${addrkit_directory} -laddrkit
