@@ -1,39 +1,57 @@
-// The address rows with conversions that a platform's own address library might have.
-#include "typed/rows.hpp"
+// The address rows: what conversions are given, and those that a platform's own library might have.
+#include "addresses.hpp"
+#include "conversions.hpp"
 
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <string>
-
-using namespace std::string_literals;
+#include "typed/access.hpp"
 
 namespace {
 
-// Writes to the last byte of its scratch and ends its text nowhere.
+// Its conversion fills the scratch and ends the text nowhere.
 struct UnendedKind {
     using record = int;
     static constexpr std::uint32_t scratch = 5;
     static constexpr char unconverted = '?';
 
-    static int to_str(const record *, char *text)
+    static int to_str(const record *from, char *text)
     {
-        std::memset(text, '7', scratch);
+        std::memset(text, '0' + *from, scratch);
         return 0;
     }
 };
 
+using Row = textmaps::address_row<UnendedKind>;
+
+int succeed(const char *, std::uint32_t)
+{
+    return 0;
+}
+
 } // namespace
 
-TEST(AddressComparison, EndsATextThatFillsTheScratch)
+TEST(AddressRow, GivesConversionsTheSizeThatTheirTextsMayTake)
 {
-    const int record = 0;
+    EXPECT_EQ(textmaps::row_macaddr::with_text(&Mac::address, succeed), 0);
+    EXPECT_EQ(conversions::last_size(), 18U);
+    EXPECT_EQ(textmaps::row_ipaddr::with_text(&Ip::address, succeed), 0);
+    EXPECT_EQ(conversions::last_size(), 46U);
+    EXPECT_EQ(textmaps::row_cidr::with_text(&Cidr::address, succeed), 0);
+    EXPECT_EQ(conversions::last_size(), 92U);
+}
+
+TEST(AddressRow, ComparesATextThatFillsTheScratchWithoutItsEnd)
+{
+    const int seven = 7;
     std::string compared;
-    const int result = textmaps::address_row<UnendedKind>::with_any_text(
-        &record, [&](const char *text, std::uint32_t size) {
-            compared.assign(text, size);
-            return 3;
-        });
+    const int result = Row::with_any_text(&seven, [&](const char *text, std::uint32_t size) {
+        compared.assign(text, size);
+        return 3;
+    });
     EXPECT_EQ(result, 3);
     EXPECT_EQ(compared, "7777\0"s);
+}
+
+TEST(AddressRow, HandsNoNullToAConversion)
+{
+    const int container = 0;
+    EXPECT_EQ(textmaps::with_value<Row>(&container, "key", nullptr, succeed), EINVAL);
 }

@@ -74,6 +74,12 @@ TEST_F(MapGiantText, IsNotStored)
     expect_unchanged(ENOMEM, [&] { return map_replace_str(&map, "key", text()); });
 }
 
+TEST_F(MapGiantText, IsLookedAtOnlyWithMapAndKey)
+{
+    expect_unchanged(EINVAL, [&] { return map_insert_str(nullptr, "key", text()); });
+    expect_unchanged(EINVAL, [&] { return map_insert_str(&map, nullptr, text()); });
+}
+
 TEST_F(MapGiantText, ComparesByItsBeginning)
 {
     ASSERT_EQ(map_insert_str(&map, "before", "aaa"), 0);

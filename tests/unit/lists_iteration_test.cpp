@@ -2,8 +2,6 @@
 // and the arraymap.
 #include "list_iteration.hpp"
 
-#include "table/listing.hpp"
-
 #include <algorithm>
 #include <cstdlib>
 
@@ -838,24 +836,4 @@ TYPED_TEST(ListSort, WithoutMemoryLeavesTheOutputs)
     });
     EXPECT_EQ(items, &other);
     EXPECT_EQ(count, -7);
-}
-
-TYPED_TEST(ListSort, ComparesItemsByTheBytesOfTheirKeysAlone)
-{
-    const char *in_order[] = {"", "B", "a", "aa", "b", "\x80", "\xff"};
-    int32_t earlier = 0;
-    for (const char *a : in_order) {
-        int32_t later = 0;
-        for (const char *b : in_order) {
-            SCOPED_TRACE(testing::PrintToString(a) + ' ' + testing::PrintToString(b));
-            const typename TypeParam::SortItem one{a, 0};
-            const std::string copy = b;
-            const typename TypeParam::SortItem two{copy.c_str(), 1};
-            const int result = textmaps::_sort_compare(one, two);
-            EXPECT_EQ(result < 0, earlier < later);
-            EXPECT_EQ(result > 0, earlier > later);
-            ++later;
-        }
-        ++earlier;
-    }
 }

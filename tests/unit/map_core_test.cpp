@@ -2,7 +2,6 @@
 #include "recorded_hashing.hpp"
 
 #include "map_internal.h"
-#include "table/allocate.hpp"
 
 #include <algorithm>
 #include <climits>
@@ -274,28 +273,6 @@ TEST_F(MapInsert, AsksTheCallersHashOnce)
     ASSERT_EQ(map_sethashfunc(&map, recorded<hash_all_to_zero>), 0);
     EXPECT_EQ(hashed_during([this] { ASSERT_EQ(insert(map, "key", "value"), 0); }), Keys{"key"});
     EXPECT_EQ(hashed_during([this] { ASSERT_EQ(replace(map, "key", "other"), 0); }), Keys{"key"});
-}
-
-TEST(AllocateNode, RefusesASumThatOverflows)
-{
-    EXPECT_EQ(textmaps::allocate_node(SIZE_MAX, 1, 0), nullptr);
-    EXPECT_EQ(textmaps::allocate_node(20, SIZE_MAX - 20, 1), nullptr);
-    EXPECT_EQ(textmaps::allocate_node(1, SIZE_MAX - 1, SIZE_MAX), nullptr);
-}
-
-TEST(AllocateNode, AsksForTheSum)
-{
-    allocations::Log log;
-    // Volatile, since clang leaves out an allocation that nobody looks at.
-    void *volatile block = textmaps::allocate_node(20, 5, 4);
-    EXPECT_EQ(log.sizes(), std::vector<std::size_t>{29});
-    std::free(block);
-}
-
-TEST(AllocateArray, RefusesAProductThatOverflows)
-{
-    EXPECT_EQ(textmaps::allocate_array(SIZE_MAX / 8 + 1, 8), nullptr);
-    EXPECT_EQ(textmaps::allocate_array(SIZE_MAX, SIZE_MAX), nullptr);
 }
 
 class MapReplace : public MapTest {};

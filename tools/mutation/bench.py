@@ -126,8 +126,12 @@ class Tests:
     def __init__(self, sound, jobs, limited):
         self.sound = sound
         self.limits = [f"--fsize={FILE_SIZE}", "--core=0"]
+        self.environment = {}
         if limited:
             self.limits.append(f"--data={MEMORY}")
+        else:
+            # AddressSanitizer reserves far more than it uses.
+            self.environment["ASAN_OPTIONS"] = f"hard_rss_limit_mb={MEMORY >> 20}"
         self.seconds = {}
         self.failures = {}
         run(["ninja", "-C", sound.build, f"-j{jobs}", *PROGRAMS])
@@ -148,7 +152,9 @@ class Tests:
                 status = subprocess.run(
                     command,
                     cwd=copy.build,
-                    env=dict(os.environ, LD_LIBRARY_PATH=str(copy.libraries)),
+                    env=dict(
+                        os.environ, **self.environment, LD_LIBRARY_PATH=str(copy.libraries)
+                    ),
                     stdin=subprocess.DEVNULL,
                     stdout=output,
                     stderr=subprocess.STDOUT,

@@ -1,0 +1,23 @@
+#include "conversions.hpp"
+
+#include <addrkit.h>
+
+static std::uint32_t given_size = 0;
+
+#define WATCHED(type)                                                                              \
+    extern "C" int __real_ak_##type##_to_str(const type##_t *address, char *text, uint32_t size);  \
+    extern "C" int __wrap_ak_##type##_to_str(const type##_t *address, char *text, uint32_t size);  \
+    int __wrap_ak_##type##_to_str(const type##_t *address, char *text, uint32_t size)              \
+    {                                                                                              \
+        given_size = size;                                                                         \
+        return __real_ak_##type##_to_str(address, text, size);                                     \
+    }
+
+WATCHED(macaddr)
+WATCHED(ipaddr)
+WATCHED(cidr)
+
+std::uint32_t conversions::last_size()
+{
+    return given_size;
+}

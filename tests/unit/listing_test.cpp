@@ -1,0 +1,24 @@
+#include "table/listing.hpp"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+TEST(SortCompare, GoesByTheBytesOfTheKeysAlone)
+{
+    const char *in_order[] = {"", "B", "a", "aa", "b", "\x80", "\xff"};
+    int earlier = 0;
+    for (const char *a : in_order) {
+        int later = 0;
+        for (const char *b : in_order) {
+            SCOPED_TRACE(testing::PrintToString(a) + ' ' + testing::PrintToString(b));
+            const std::string copy = b;
+            const int result = textmaps::_sort_compare(textmaps::listed{a, nullptr},
+                                                       textmaps::listed{copy.c_str(), &later});
+            EXPECT_EQ(result < 0, earlier < later);
+            EXPECT_EQ(result > 0, earlier > later);
+            ++later;
+        }
+        ++earlier;
+    }
+}
