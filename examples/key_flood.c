@@ -39,9 +39,10 @@ static int complain(const char *what, int result)
 static void make_name(unsigned int number, char *name)
 {
     for (int i = 0; i < PAIRS; ++i) {
-        memcpy(name + 2 * i, number >> i & 1 ? "c;" : "bz", 2);
+        memcpy(name, number >> i & 1 ? "c;" : "bz", 2);
+        name += 2;
     }
-    name[2 * PAIRS] = '\0';
+    *name = '\0';
 }
 
 static void capitalise(char *name)
