@@ -6,7 +6,7 @@
 
 namespace {
 
-// Its conversion fills the scratch and ends the text nowhere.
+// Its conversion fills the scratch and ends the text nowhere; of more than a digit it makes none.
 struct UnendedKind {
     using record = int;
     static constexpr std::uint32_t scratch = 5;
@@ -14,6 +14,9 @@ struct UnendedKind {
 
     static int to_str(const record *from, char *text)
     {
+        if (*from > 9) {
+            return EIO;
+        }
         std::memset(text, '0' + *from, scratch);
         return 0;
     }
@@ -36,6 +39,12 @@ TEST(AddressRow, GivesConversionsTheSizeThatTheirTextsMayTake)
     EXPECT_EQ(conversions::last_size(), 46U);
     EXPECT_EQ(textmaps::row_cidr::with_text(&Cidr::address, succeed), 0);
     EXPECT_EQ(conversions::last_size(), 92U);
+}
+
+TEST(AddressRow, GivesTheErrorOfAConversionThatFails)
+{
+    const int ten = 10;
+    EXPECT_EQ(Row::with_text(&ten, succeed), EIO);
 }
 
 TEST(AddressRow, ComparesATextThatFillsTheScratchWithoutItsEnd)
