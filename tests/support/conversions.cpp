@@ -3,6 +3,7 @@
 #include <addrkit.h>
 
 static std::uint32_t given_size = 0;
+static unsigned int counted = 0;
 
 #define WATCHED(type)                                                                              \
     extern "C" int __real_ak_##type##_to_str(const type##_t *address, char *text, uint32_t size);  \
@@ -10,6 +11,7 @@ static std::uint32_t given_size = 0;
     int __wrap_ak_##type##_to_str(const type##_t *address, char *text, uint32_t size)              \
     {                                                                                              \
         given_size = size;                                                                         \
+        ++counted;                                                                                 \
         return __real_ak_##type##_to_str(address, text, size);                                     \
     }
 
@@ -20,4 +22,9 @@ WATCHED(cidr)
 std::uint32_t conversions::last_size()
 {
     return given_size;
+}
+
+unsigned int conversions::count()
+{
+    return counted;
 }

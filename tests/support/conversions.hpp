@@ -9,4 +9,7 @@ namespace conversions {
 // The size of the buffer that the last conversion was given.
 std::uint32_t last_size();
 
+// How many there were so far.
+unsigned int count();
+
 } // namespace conversions
