@@ -31,6 +31,10 @@ class ListModel : public TableModel<ListEntry> {
     void start(std::uint32_t size);
     int clear() override;
     int destroy();
+    std::int32_t size() const override
+    {
+        return numvalues;
+    }
 
     int erase(Text key);
     int setmaxvalues(std::int32_t limit);

@@ -194,6 +194,9 @@ class ListWorld : public TableWorld<Api> {
         const Pair a = this->container(operation);
         const Pair b = this->container(operation, Field::second);
         const Pair into = this->container(operation, Field::third);
+        if (this->too_large_together(a, b)) {
+            return;
+        }
         this->agree("result", Api::unite(a.library, b.library, into.library),
                     into.model->unite(*a.model, *b.model));
     }

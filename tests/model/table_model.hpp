@@ -68,6 +68,12 @@ class TableModel {
         return !missing && !buckets.empty();
     }
 
+    // How many values there are.
+    virtual std::int32_t size() const
+    {
+        return numkeys;
+    }
+
     std::uint32_t hashsize() const
     {
         return static_cast<std::uint32_t>(buckets.size());

@@ -445,10 +445,19 @@ class TableWorld : public ComparingWorld {
               into.model->intersection(*a.model, *b.model));
     }
 
+    // Arraymaps that are merged into one another again and again grow without end.
+    static bool too_large_together(const Pair &a, const Pair &b)
+    {
+        return a.model->size() + b.model->size() > 20000;
+    }
+
     void merge(const Operation &operation)
     {
         const Pair from = container(operation);
         const Pair into = container(operation, Field::second);
+        if (too_large_together(from, into)) {
+            return;
+        }
         agree("result", Api::merge(from.library, into.library), into.model->merge(*from.model));
     }
 
