@@ -2,14 +2,9 @@
 #include "arraymap_internal.h"
 #include "table/value_list.hpp"
 
-#include <cstddef>
+#include <cstring>
 
 namespace textmaps {
-
-template <>
-struct node_type<arraymap_t> {
-    using type = arraymap_key_t;
-};
 
 namespace {
 
@@ -56,47 +51,49 @@ static_assert(offsetof(arraymap_sort_item_t, key) == 0);
 static_assert(offsetof(arraymap_sort_item_t, ordinal) == word);
 static_assert(sizeof(arraymap_sort_item_t) == 2 * word);
 
-int put(target<arraymap_t> &to, const void *data, uint32_t len)
+// The records that both families of lists have under their own names.
+static_assert(sizeof(lists) == sizeof(arraymap_t));
+static_assert(sizeof(key_node) == sizeof(arraymap_key_t));
+
+lists *as_lists(const arraymap_t *map)
 {
-    auto *value = make_value<arraymap_value_t>(data, len);
-    if (value != nullptr) {
-        value->index = to.at.node != nullptr ? to.at.node->count : 0;
-    }
-    return append_value(to, value);
+    return reinterpret_cast<lists *>(const_cast<arraymap_t *>(map));
 }
 
-constexpr auto put_value = [](target<arraymap_t> &to, const arraymap_value_t &value) {
-    return put(to, value.data, value.len);
-};
+key_iter *as_iter(const arraymap_key_iter_t *iter)
+{
+    return reinterpret_cast<key_iter *>(const_cast<arraymap_key_iter_t *>(iter));
+}
 
-constexpr auto put_missing_value = [](target<arraymap_t> &to, const arraymap_value_t &value) {
-    const auto *held = to.at.node;
-    const bool present = held != nullptr && find_value(*held, value.data, value.len) != nullptr;
-    return present ? 0 : put(to, value.data, value.len);
-};
+arraymap_value_t *as_value(value_node *value)
+{
+    return reinterpret_cast<arraymap_value_t *>(value);
+}
+
+constexpr adding adding_equal{sizeof(arraymap_value_t), true, equal_value::add};
+constexpr adding skipping_equal{sizeof(arraymap_value_t), true, equal_value::skip};
 
 // By the index field, which is not always the position: see arraymap_setcasekeys.
-arraymap_value_t *with_index(const arraymap_key_t &key, uint32_t index)
+value_node *with_index(const key_node &key, uint32_t index)
 {
-    for (arraymap_value_t &value : values(key)) {
-        if (value.index == index) {
-            return &value;
-        }
+    value_node *value = first_value(key);
+    while (value != nullptr && index_of(*value) != index) {
+        value = next_value(*value);
     }
-    return nullptr;
+    return value;
 }
 
-void renumber(const arraymap_key_t &key)
+void renumber(const key_node &key)
 {
     uint32_t index = 0;
-    for (arraymap_value_t &value : values(key)) {
-        value.index = index++;
+    for (value_node *value = first_value(key); value != nullptr; value = next_value(*value)) {
+        index_of(*value) = index++;
     }
 }
 
-constexpr auto render = [](const arraymap_t &map, print_fn print, void *context) {
-    print_with_header("arraymap", map, print, context);
-};
+constexpr rendering as_dump{
+    [](table in, print_fn print, void *context) { print_header("arraymap", in, print, context); },
+    print_values};
 
 } // namespace
 } // namespace textmaps
@@ -105,24 +102,25 @@ using namespace textmaps;
 
 map_bucket_t *_arraymap_hashlist(const arraymap_t *map, const char *key)
 {
-    return hashlist(*map, key);
+    const table in = table_of(as_lists(map));
+    return reinterpret_cast<map_bucket_t *>(&in.bucket(hash_key(in, key).hash));
 }
 
 int _arraymap_keycmp(const arraymap_t *map, const char *a, const char *b)
 {
-    return keycmp(*map, a, b);
+    return keycmp(table_of(as_lists(map)), a, b);
 }
 
 arraymap_key_t *_arraymap_entry(const arraymap_t *map, const char *key)
 {
-    return lookup(map, key);
+    return reinterpret_cast<arraymap_key_t *>(find_key(as_lists(map), key));
 }
 
 arraymap_value_t *_arraymap_value(const arraymap_t *map, const char *key, const void *data,
                                   uint32_t len)
 {
-    const arraymap_key_t *node = lookup(map, key);
-    return node != nullptr ? find_value(*node, data, len) : nullptr;
+    const key_node *node = find_key(as_lists(map), key);
+    return node != nullptr ? as_value(find_value(*node, data, len)) : nullptr;
 }
 
 int arraymap_init(arraymap_t *map)
@@ -132,133 +130,129 @@ int arraymap_init(arraymap_t *map)
 
 int arraymap_init_special(arraymap_t *map, uint32_t hashsize)
 {
-    return map == nullptr ? EINVAL : init_lists(*map, hashsize);
+    return init_lists(as_lists(map), hashsize);
 }
 
 int arraymap_destroy(arraymap_t *map)
 {
-    return destroy_lists(map);
+    return destroy_lists(as_lists(map));
 }
 
 int arraymap_clear(arraymap_t *map)
 {
-    return clear_lists(map);
+    return clear_lists(as_lists(map));
 }
 
 int arraymap_insert(arraymap_t *map, const char *key, const void *data, uint32_t len)
 {
-    if (!has_buckets(map) || key == nullptr || data == nullptr) {
-        return EINVAL;
-    }
-    auto to = target_in(*map, key);
-    return put(to, data, len);
+    return add_value(as_lists(map), key, data, len, adding_equal);
 }
 
 int arraymap_replace(arraymap_t *map, const char *key, uint32_t index, const void *data,
                      uint32_t len)
 {
-    if (!has_buckets(map) || key == nullptr) {
+    if (unusable(as_lists(map), key)) {
         return EINVAL;
     }
-    arraymap_key_t *node = find(*map, key);
-    arraymap_value_t *old = node != nullptr ? with_index(*node, index) : nullptr;
+    key_node *node = find_key(as_lists(map), key);
+    value_node *old = node != nullptr ? with_index(*node, index) : nullptr;
     if (old == nullptr) {
         return ENOENT;
     }
     if (data == nullptr && len != 0) {
         return EINVAL;
     }
-    auto *value = make_value<arraymap_value_t>(data != nullptr ? data : "", len);
+    value_node *value = make_value(sizeof(arraymap_value_t), data != nullptr ? data : "", len);
     if (value == nullptr) {
         return ENOMEM;
     }
-    value->index = index;
-    chain_replace(node->values, *old, *value);
+    index_of(*value) = index;
+    chain_replace(node->values, old->link, value->link);
     std::free(old);
     return 0;
 }
 
 int arraymap_remove(arraymap_t *map, const char *key, uint32_t index)
 {
-    if (!has_buckets(map) || key == nullptr) {
+    if (unusable(as_lists(map), key)) {
         return EINVAL;
     }
-    const auto at = locate(*map, key);
-    arraymap_value_t *value = at.node != nullptr ? with_index(*at.node, index) : nullptr;
+    const place at = locate(table_of(as_lists(map)), key);
+    value_node *value = at.node != nullptr ? with_index(as_key(at.node), index) : nullptr;
     if (value == nullptr) {
         return ENOENT;
     }
-    if (drop_value(*map, at, value)) {
-        renumber(*at.node);
+    if (drop_value(as_lists(map), at, value)) {
+        renumber(as_key(at.node));
     }
     return 0;
 }
 
 int arraymap_delete(arraymap_t *map, const char *key, const void *data, uint32_t len)
 {
-    if (!has_buckets(map) || key == nullptr || data == nullptr) {
+    if (unusable(as_lists(map), key) || data == nullptr) {
         return EINVAL;
     }
-    const auto at = locate(*map, key);
-    arraymap_value_t *first = at.node != nullptr ? find_value(*at.node, data, len) : nullptr;
+    const place at = locate(table_of(as_lists(map)), key);
+    value_node *first = at.node != nullptr ? find_value(as_key(at.node), data, len) : nullptr;
     if (first == nullptr) {
         return ENOENT;
     }
     // The caller's bytes may lie in any of the values that go: the others are compared with the
     // first, which goes last.
-    for (arraymap_value_t *value = chain_next(*first); value != nullptr;) {
-        arraymap_value_t *next = chain_next(*value);
+    for (value_node *value = next_value(*first); value != nullptr;) {
+        value_node *next = next_value(*value);
         if (is_equal(*value, first->data, len)) {
-            drop_value(*map, at, value);
+            drop_value(as_lists(map), at, value);
         }
         value = next;
     }
-    if (drop_value(*map, at, first)) {
-        renumber(*at.node);
+    if (drop_value(as_lists(map), at, first)) {
+        renumber(as_key(at.node));
     }
     return 0;
 }
 
 int arraymap_erase(arraymap_t *map, const char *key)
 {
-    return erase(map, key);
+    return erase_key(as_lists(map), key);
 }
 
 int arraymap_index(const arraymap_t *map, const char *key, uint32_t position, const void **data,
                    uint32_t *len)
 {
-    return index_value(map, key, position, data, len);
+    return index_value(as_lists(map), key, position, data, len);
 }
 
 int arraymap_haskey(const arraymap_t *map, const char *key)
 {
-    return haskey(map, key);
+    return !isempty(table_of(as_lists(map))) && find_key(as_lists(map), key) != nullptr;
 }
 
 const char *arraymap_key_first(const arraymap_t *map, arraymap_key_iter_t *iter)
 {
-    return key_first(map, iter);
+    return key_first(as_lists(map), as_iter(iter));
 }
 
 const char *arraymap_key_next(arraymap_key_iter_t *iter)
 {
-    return key_next(iter);
+    return key_next(as_iter(iter));
 }
 
 const char *arraymap_key_elem(const arraymap_key_iter_t *iter)
 {
-    return key_elem(iter);
+    return key_elem(as_iter(iter));
 }
 
 const void *arraymap_value_first(const arraymap_t *map, const char *key,
                                  arraymap_value_iter_t *iter)
 {
-    if (!has_buckets(map) || key == nullptr || iter == nullptr) {
+    if (unusable(as_lists(map), key) || iter == nullptr) {
         return nullptr;
     }
     iter->map = map;
     iter->position = 0;
-    iter->key = find(*map, key);
+    iter->key = _arraymap_entry(map, key);
     iter->node = iter->key != nullptr ? iter->key->values.first : nullptr;
     return arraymap_value_elem(iter);
 }
@@ -294,54 +288,56 @@ uint32_t arraymap_value_count(const arraymap_value_iter_t *iter)
 
 int arraymap_isempty(const arraymap_t *map)
 {
-    return isempty(map);
+    return isempty(table_of(as_lists(map)));
 }
 
 int arraymap_key_count(const arraymap_t *map, uint32_t *count)
 {
-    return key_count(map, count);
+    if (map == nullptr || count == nullptr) {
+        return EINVAL;
+    }
+    *count = static_cast<uint32_t>(map->numkeys);
+    return 0;
 }
 
 const char *arraymap_key_name(const arraymap_t *map, int32_t ordinal)
 {
-    return key_name(map, ordinal);
+    return key_name(table_of(as_lists(map)), ordinal);
 }
 
 int _arraymap_sort(const arraymap_t *map, arraymap_sort_item_t **items, int32_t *count)
 {
-    return sort_keys(*map, items, count);
+    return sort_keys(table_of(as_lists(map)), reinterpret_cast<listed **>(items), count);
 }
 
 void arraymap_print(const arraymap_t *map, arraymap_print_fn fn, void *context)
 {
-    if (fn != nullptr) {
-        print_all(map, fn, context, print_sorted<arraymap_t>);
-    }
+    print_lists(as_lists(map), fn, context);
 }
 
 void arraymap_dump(const arraymap_t *map, FILE *stream)
 {
-    dump(map, stream, render);
+    dump(table_of(as_lists(map)), as_dump, stream);
 }
 
 uint32_t arraymap_sndump(const arraymap_t *map, char *buffer, uint32_t size)
 {
-    return sndump(map, buffer, size, render);
+    return sndump(table_of(as_lists(map)), as_dump, buffer, size);
 }
 
 int arraymap_sethashsize(arraymap_t *map, uint32_t size)
 {
-    return sethashsize(map, size);
+    return sethashsize(table_of(as_lists(map)), size);
 }
 
 int arraymap_sethashfunc(arraymap_t *map, map_hash_fn fn)
 {
-    return sethashfunc(map, fn);
+    return sethashfunc(table_of(as_lists(map)), fn);
 }
 
 int arraymap_setcasekeys(arraymap_t *map, uint32_t flag)
 {
-    return setcasekeys_lists(map, flag);
+    return setcasekeys_lists(as_lists(map), flag);
 }
 
 int arraymap_setmaxkeys(arraymap_t *map, int32_t limit)
@@ -356,28 +352,36 @@ int arraymap_setmaxvalues(arraymap_t *map, int32_t limit)
 
 int arraymap_isequal(const arraymap_t *a, const arraymap_t *b)
 {
-    return isequal(a, b);
+    return isequal_lists(as_lists(a), as_lists(b));
 }
 
 int arraymap_intersection(const arraymap_t *a, const arraymap_t *b, arraymap_t *dst)
 {
-    return intersection(a, b, dst, put_value);
+    return intersection(as_lists(a), as_lists(b), as_lists(dst), adding_equal);
 }
 
 int arraymap_union(const arraymap_t *a, const arraymap_t *b, arraymap_t *dst)
 {
-    return combine(a, b, dst, [=] {
-        const int result = add_all(*dst, *a, put_value);
-        return result != 0 ? result : add_all(*dst, *b, put_missing_value, a->hashsize);
-    });
+    int result = start(as_lists(a), as_lists(b), as_lists(dst));
+    if (result != 0) {
+        return result;
+    }
+    result = add_all(as_lists(dst), as_lists(a), adding_equal);
+    if (result == 0) {
+        result = add_all(as_lists(dst), as_lists(b), skipping_equal, a->hashsize);
+    }
+    return finish(as_lists(dst), result);
 }
 
 int arraymap_merge(const arraymap_t *src, arraymap_t *dst)
 {
-    return src == nullptr || dst == nullptr || dst == src ? EINVAL : add_all(*dst, *src, put_value);
+    if (src == nullptr || dst == nullptr || dst == src) {
+        return EINVAL;
+    }
+    return add_all(as_lists(dst), as_lists(src), adding_equal);
 }
 
 int arraymap_copy(const arraymap_t *src, arraymap_t *dst)
 {
-    return copy(src, dst, put_value);
+    return copy_lists(as_lists(src), as_lists(dst), adding_equal);
 }

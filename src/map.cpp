@@ -1,16 +1,11 @@
 // The map core: what an entry looks like, when a key is refused, and what becomes of an old value.
 #include "map_internal.h"
+#include "table/allocate.hpp"
 #include "table/listing.hpp"
-#include "table/table.hpp"
 
-#include <cstddef>
+#include <cstring>
 
 namespace textmaps {
-
-template <>
-struct node_type<map_t> {
-    using type = map_entry_t;
-};
 
 namespace {
 
@@ -46,104 +41,124 @@ static_assert(offsetof(map_sort_item_t, key) == 0);
 static_assert(offsetof(map_sort_item_t, index) == word);
 static_assert(sizeof(map_sort_item_t) == 2 * word);
 
-// Header, value and key in one block, linked nowhere; null when there is no memory.
-map_entry_t *make_entry(const char *key, const void *value, uint32_t length)
+constexpr layout map_layout{offsetof(map_t, numkeys), offsetof(map_t, casekeys),
+                            offsetof(map_entry_t, key)};
+
+table table_of(const map_t *map)
 {
-    const std::size_t keysz = std::strlen(key) + 1;
-    auto *entry = static_cast<map_entry_t *>(allocate_node(sizeof(map_entry_t), length, keysz));
+    return {map, map_layout};
+}
+
+map_entry_t *as_entry(const links *node)
+{
+    return reinterpret_cast<map_entry_t *>(const_cast<links *>(node));
+}
+
+links &as_node(const map_entry_t *entry)
+{
+    return *reinterpret_cast<links *>(const_cast<map_entry_t *>(entry));
+}
+
+bool unusable(const map_t *map, const char *key)
+{
+    return !has_buckets(table_of(map)) || key == nullptr;
+}
+
+// Header, value and key in one block, linked nowhere; null when there is no memory.
+map_entry_t *make_entry(const hashed_key &key, const void *value, uint32_t length)
+{
+    auto *entry = static_cast<map_entry_t *>(allocate_node(sizeof(map_entry_t), length, key.size));
     if (entry != nullptr) {
         auto *bytes = reinterpret_cast<char *>(entry + 1);
         entry->value = std::memcpy(bytes, value, length);
         entry->valuesz = length;
-        entry->key = static_cast<char *>(std::memcpy(bytes + length, key, keysz));
+        entry->key = static_cast<char *>(std::memcpy(bytes + length, key.text, key.size));
     }
     return entry;
 }
 
-void release(map_entry_t *entry)
+void release(table, links &node)
 {
-    std::free(entry);
+    std::free(&node);
 }
 
 enum class if_present { refuse, skip, replace };
 
-int put(map_t *map, const char *key, const void *value, uint32_t length, if_present present)
+int put_at(map_t *map, const place &at, const void *value, uint32_t length, if_present present)
 {
-    if (!has_buckets(map) || key == nullptr || value == nullptr) {
-        return EINVAL;
-    }
-    const auto at = locate(*map, key);
     if (at.node != nullptr && present != if_present::replace) {
         return present == if_present::skip ? 0 : refused;
     }
-    if (at.node == nullptr && at_key_limit(*map)) {
+    if (at.node == nullptr && at_key_limit(table_of(map))) {
         return refused;
     }
-    map_entry_t *entry = make_entry(key, value, length);
+    map_entry_t *entry = make_entry(at.key, value, length);
     if (entry == nullptr) {
         return ENOMEM;
     }
-    chain_append(at.bucket, *entry);
-    ++map->numkeys;
+    link_node(table_of(map), at, as_node(entry));
     // The caller's key and value may lie in the old entry: it goes only now.
     if (at.node != nullptr) {
-        unlink_node(*map, at);
-        release(at.node);
+        unlink_node(table_of(map), at);
+        release(table_of(map), *at.node);
     }
     return 0;
 }
 
-bool same_value(const map_entry_t &a, const map_entry_t &b)
+int put(map_t *map, const char *key, const void *value, uint32_t length, if_present present)
 {
-    return a.valuesz == b.valuesz && std::memcmp(a.value, b.value, a.valuesz) == 0;
-}
-
-bool holds_equal(const map_t &map, const map_entry_t &entry)
-{
-    const map_entry_t *found = map_get_entry(&map, entry.key);
-    return found != nullptr && same_value(*found, entry);
-}
-
-// Calls add(entry) for every entry in iteration order; the first failure ends it.
-template <class Add>
-int add_all(const map_t &src, Add add)
-{
-    for (const map_entry_t &entry : nodes(src)) {
-        const int result = add(entry);
-        if (result != 0) {
-            return result;
-        }
+    if (unusable(map, key) || value == nullptr) {
+        return EINVAL;
     }
-    return 0;
+    return put_at(map, locate(table_of(map), key), value, length, present);
 }
 
-void print_header(const map_t *map, print_fn print, void *context)
+// Puts an entry of src into dst, where its key is at a place in dst.
+int put_copy(map_t *dst, const place &at, const links &node, if_present present)
 {
+    const map_entry_t *entry = as_entry(&node);
+    return put_at(dst, at, entry->value, entry->valuesz, present);
+}
+
+bool holds_equal(const map_t *map, const map_t *in, const links &node)
+{
+    const map_entry_t *entry = as_entry(&node);
+    const map_entry_t *found = as_entry(lookup_key_of(table_of(in), node, table_of(map)));
+    return found != nullptr && found->valuesz == entry->valuesz &&
+           std::memcmp(found->value, entry->value, entry->valuesz) == 0;
+}
+
+// What an operation that filled dst from empty gives: dst keeps nothing of one that failed.
+int finish(map_t *dst, int result)
+{
+    if (result != 0) {
+        map_clear(dst);
+    }
+    return result;
+}
+
+void print_header(table in, print_fn print, void *context)
+{
+    const auto *map = reinterpret_cast<const map_t *>(in.record());
     print(context, "map %p hashsize=%d numkeys=%d\n", static_cast<const void *>(map),
           static_cast<int>(map->hashsize), map->numkeys);
 }
 
-void print_line(const char *line, const char *key, const map_entry_t &entry, print_fn print,
-                void *context)
+void print_line(const char *line, const char *key, const links &node, print_fn print, void *context)
 {
-    print(context, line, key, precision(entry.valuesz), entry.value);
+    const map_entry_t *entry = as_entry(&node);
+    print(context, line, key, precision(entry->valuesz), static_cast<const char *>(entry->value));
 }
 
-constexpr char dump_line[] = " %s=%.*s\n";
-
-constexpr auto in_sorted_order = [](const map_t &map, print_fn print, void *context) {
-    print_header(&map, print, context);
-    visit_sorted(map, [=](const char *key, const map_entry_t &entry) {
-        print_line(dump_line, key, entry, print, context);
-    });
+constexpr auto print_entry = [](const char *key, const links &node, print_fn print, void *context) {
+    print_line("%s=%.*s\n", key, node, print, context);
 };
 
-constexpr auto in_iteration_order = [](const map_t &map, print_fn print, void *context) {
-    print_header(&map, print, context);
-    for (const map_entry_t &entry : nodes(map)) {
-        print_line(dump_line, entry.key, entry, print, context);
-    }
+constexpr auto dump_entry = [](const char *key, const links &node, print_fn print, void *context) {
+    print_line(" %s=%.*s\n", key, node, print, context);
 };
+
+constexpr rendering as_dump{print_header, dump_entry};
 
 bool started(const map_iter_t *iter)
 {
@@ -157,22 +172,23 @@ using namespace textmaps;
 
 map_bucket_t *_map_hashlist(const map_t *map, const char *key)
 {
-    return hashlist(*map, key);
+    return reinterpret_cast<map_bucket_t *>(
+        &table_of(map).bucket(hash_key(table_of(map), key).hash));
 }
 
 int _map_keycmp(const map_t *map, const char *key, const char *stored_key)
 {
-    return keycmp(*map, key, stored_key);
+    return keycmp(table_of(map), key, stored_key);
 }
 
 map_entry_t *_map_entry(const map_t *map, const char *key)
 {
-    return lookup(map, key);
+    return as_entry(lookup(table_of(map), key));
 }
 
 int map_init(map_t *map)
 {
-    return map == nullptr ? EINVAL : init(*map, default_hashsize);
+    return map == nullptr ? EINVAL : init(table_of(map), default_hashsize);
 }
 
 int map_destroy(map_t *map)
@@ -182,14 +198,14 @@ int map_destroy(map_t *map)
     }
     if (map->buckets != nullptr) {
         map_clear(map);
-        release_buckets(*map);
+        release_buckets(table_of(map));
     }
     return 0;
 }
 
 int map_clear(map_t *map)
 {
-    return clear(map, release);
+    return clear(table_of(map), release);
 }
 
 int map_insert(map_t *map, const char *key, const void *value, uint32_t length)
@@ -204,24 +220,24 @@ int map_replace(map_t *map, const char *key, const void *value, uint32_t length)
 
 int map_erase(map_t *map, const char *key)
 {
-    if (!has_buckets(map) || key == nullptr) {
+    if (unusable(map, key)) {
         return EINVAL;
     }
-    const auto at = locate(*map, key);
+    const place at = locate(table_of(map), key);
     if (at.node == nullptr) {
         return ENOENT;
     }
-    unlink_node(*map, at);
-    release(at.node);
+    unlink_node(table_of(map), at);
+    release(table_of(map), *at.node);
     return 0;
 }
 
 int map_index(const map_t *map, const char *key, const void **value, uint32_t *length)
 {
-    if (!has_buckets(map) || key == nullptr) {
+    if (unusable(map, key)) {
         return EINVAL;
     }
-    const map_entry_t *entry = find(*map, key);
+    const map_entry_t *entry = as_entry(find(table_of(map), key));
     if (value != nullptr) {
         *value = entry != nullptr ? entry->value : nullptr;
     }
@@ -233,22 +249,22 @@ int map_index(const map_t *map, const char *key, const void **value, uint32_t *l
 
 int map_haskey(const map_t *map, const char *key)
 {
-    return haskey(map, key);
+    return !isempty(table_of(map)) && lookup(table_of(map), key) != nullptr;
 }
 
 const map_entry_t *map_get_entry(const map_t *map, const char *key)
 {
-    return lookup(map, key);
+    return as_entry(lookup(table_of(map), key));
 }
 
 const char *map_first(const map_t *map, map_iter_t *iter)
 {
-    if (!has_buckets(map) || iter == nullptr || map->numkeys <= 0) {
+    if (!has_buckets(table_of(map)) || iter == nullptr || map->numkeys <= 0) {
         return nullptr;
     }
     iter->map = map;
     iter->bucket = 0;
-    iter->entry = first_from(*map, iter->bucket);
+    iter->entry = as_entry(first_from(table_of(map), iter->bucket));
     return map_key(iter);
 }
 
@@ -257,12 +273,12 @@ const char *map_next(map_iter_t *iter)
     if (!started(iter)) {
         return nullptr;
     }
-    const map_entry_t *entry = next_after(*iter->map, *iter->entry, iter->bucket);
-    if (entry == nullptr) {
+    const links *next = next_after(table_of(iter->map), as_node(iter->entry), iter->bucket);
+    if (next == nullptr) {
         return nullptr;
     }
-    iter->entry = entry;
-    return entry->key;
+    iter->entry = as_entry(next);
+    return iter->entry->key;
 }
 
 const char *map_key(const map_iter_t *iter)
@@ -282,22 +298,26 @@ uint32_t map_valuesz(const map_iter_t *iter)
 
 int map_isempty(const map_t *map)
 {
-    return isempty(map);
+    return isempty(table_of(map));
 }
 
 int map_key_count(const map_t *map, int32_t *count)
 {
-    return key_count(map, count);
+    if (map == nullptr || count == nullptr) {
+        return EINVAL;
+    }
+    *count = map->numkeys;
+    return 0;
 }
 
 const char *map_key_name(const map_t *map, int32_t index)
 {
-    return key_name(map, index);
+    return key_name(table_of(map), index);
 }
 
 int _map_sort(const map_t *map, map_sort_item_t **items, int32_t *count)
 {
-    return sort_keys(*map, items, count);
+    return sort_keys(table_of(map), reinterpret_cast<listed **>(items), count);
 }
 
 void map_print(const map_t *map, map_print_fn fn, void *context)
@@ -305,13 +325,11 @@ void map_print(const map_t *map, map_print_fn fn, void *context)
     if (fn == nullptr) {
         return;
     }
-    if (isempty(map)) {
+    if (isempty(table_of(map))) {
         fn(context, "%smap is empty\n", context);
         return;
     }
-    visit_sorted(*map, [=](const char *key, const map_entry_t &entry) {
-        print_line("%s=%.*s\n", key, entry, fn, context);
-    });
+    print_sorted(table_of(map), {nullptr, print_entry}, fn, context);
 }
 
 int map_print_sorted(const map_t *map, map_print_sorted_fn fn, FILE *stream)
@@ -319,7 +337,7 @@ int map_print_sorted(const map_t *map, map_print_sorted_fn fn, FILE *stream)
     if (fn == nullptr || stream == nullptr) {
         return EINVAL;
     }
-    if (isempty(map)) {
+    if (isempty(table_of(map))) {
         print_to_stream(stream, empty_notice);
         return EINVAL;
     }
@@ -328,7 +346,7 @@ int map_print_sorted(const map_t *map, map_print_sorted_fn fn, FILE *stream)
     if (_map_sort(map, &items, &count) != 0) {
         return EINVAL;
     }
-    print_header(map, print_to_stream, stream);
+    print_header(table_of(map), print_to_stream, stream);
     const int result = fn(map, stream, items, count);
     std::free(items);
     return result;
@@ -336,32 +354,42 @@ int map_print_sorted(const map_t *map, map_print_sorted_fn fn, FILE *stream)
 
 void map_dump(const map_t *map, FILE *stream)
 {
-    dump(map, stream, in_sorted_order);
+    dump(table_of(map), as_dump, stream);
 }
 
 void map_raw_dump(const map_t *map, FILE *stream)
 {
-    dump(map, stream, in_iteration_order);
+    if (stream == nullptr) {
+        return;
+    }
+    if (isempty(table_of(map))) {
+        print_to_stream(stream, empty_notice);
+        return;
+    }
+    print_header(table_of(map), print_to_stream, stream);
+    for (const links &node : nodes(table_of(map))) {
+        dump_entry(as_entry(&node)->key, node, print_to_stream, stream);
+    }
 }
 
 uint32_t map_sndump(const map_t *map, char *buffer, uint32_t size)
 {
-    return sndump(map, buffer, size, in_sorted_order);
+    return sndump(table_of(map), as_dump, buffer, size);
 }
 
 int map_sethashsize(map_t *map, uint32_t size)
 {
-    return sethashsize(map, size);
+    return sethashsize(table_of(map), size);
 }
 
 int map_sethashfunc(map_t *map, map_hash_fn fn)
 {
-    return sethashfunc(map, fn);
+    return sethashfunc(table_of(map), fn);
 }
 
 int map_setcasekeys(map_t *map, uint32_t flag)
 {
-    return setcasekeys(map, flag, [](map_entry_t &, map_entry_t *entry) { release(entry); });
+    return setcasekeys(table_of(map), flag, [](table, links &, links &node) { std::free(&node); });
 }
 
 int map_setmaxkeys(map_t *map, int32_t limit)
@@ -393,8 +421,8 @@ int map_isequal(const map_t *a, const map_t *b)
     if (a->numkeys != b->numkeys) {
         return 0;
     }
-    for (const map_entry_t &entry : nodes(*a)) {
-        if (!holds_equal(*b, entry)) {
+    for (const links &node : nodes(table_of(a))) {
+        if (!holds_equal(b, a, node)) {
             return 0;
         }
     }
@@ -403,15 +431,23 @@ int map_isequal(const map_t *a, const map_t *b)
 
 int map_intersection(const map_t *a, const map_t *b, map_t *dst)
 {
-    if (a == nullptr || b == nullptr || dst == nullptr || dst == a || dst == b) {
+    if (a == nullptr || b == nullptr || dst == a || dst == b) {
         return EINVAL;
     }
-    return refill(dst, release, [=] {
-        return add_all(*a, [=](const map_entry_t &entry) {
-            return holds_equal(*b, entry) ? map_insert(dst, entry.key, entry.value, entry.valuesz)
-                                          : 0;
-        });
-    });
+    int result = map_clear(dst);
+    if (result != 0) {
+        return result;
+    }
+    for (const links &node : nodes(table_of(a))) {
+        if (holds_equal(b, a, node)) {
+            const place at = locate_key_of(table_of(a), node, table_of(dst));
+            result = put_copy(dst, at, node, if_present::refuse);
+        }
+        if (result != 0) {
+            break;
+        }
+    }
+    return finish(dst, result);
 }
 
 int map_merge(const map_t *src, map_t *dst)
@@ -419,26 +455,41 @@ int map_merge(const map_t *src, map_t *dst)
     if (src == nullptr || dst == nullptr) {
         return EINVAL;
     }
-    return add_all(*src, [=](const map_entry_t &entry) {
-        return put(dst, entry.key, entry.value, entry.valuesz, if_present::skip);
-    });
+    for (const links &node : nodes(table_of(src))) {
+        if (dst->buckets == nullptr) {
+            return EINVAL;
+        }
+        const place at = locate_key_of(table_of(src), node, table_of(dst));
+        const int result = put_copy(dst, at, node, if_present::skip);
+        if (result != 0) {
+            return result;
+        }
+    }
+    return 0;
 }
 
 int map_copy_dst_hashsize(const map_t *src, map_t *dst)
 {
-    if (src == nullptr || dst == nullptr || dst == src) {
+    if (src == nullptr || dst == src) {
         return EINVAL;
     }
-    return refill(dst, release, [=] {
-        return add_all(*src, [=](const map_entry_t &entry) {
-            return map_insert(dst, entry.key, entry.value, entry.valuesz);
-        });
-    });
+    int result = map_clear(dst);
+    if (result != 0) {
+        return result;
+    }
+    for (const links &node : nodes(table_of(src))) {
+        const place at = locate_copy_of(table_of(src), node, table_of(dst));
+        result = put_copy(dst, at, node, if_present::refuse);
+        if (result != 0) {
+            break;
+        }
+    }
+    return finish(dst, result);
 }
 
 int map_copy(const map_t *src, map_t *dst)
 {
-    if (src == nullptr || dst == nullptr || dst == src) {
+    if (src == nullptr || dst == src) {
         return EINVAL;
     }
     int result = map_clear(dst);

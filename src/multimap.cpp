@@ -2,14 +2,9 @@
 #include "multimap_internal.h"
 #include "table/value_list.hpp"
 
-#include <cstddef>
+#include <cstring>
 
 namespace textmaps {
-
-template <>
-struct node_type<multimap_t> {
-    using type = multimap_key_t;
-};
 
 namespace {
 
@@ -54,45 +49,44 @@ static_assert(offsetof(multimap_sort_item_t, key) == 0);
 static_assert(offsetof(multimap_sort_item_t, ordinal) == word);
 static_assert(sizeof(multimap_sort_item_t) == 2 * word);
 
-// The values added to one target are distinct among themselves: they are sought among those that
-// the key had before.
-bool holds(const target<multimap_t> &to, const void *data, uint32_t len)
+// The records that both families of lists have under their own names.
+static_assert(sizeof(lists) == sizeof(multimap_t));
+static_assert(sizeof(key_node) == sizeof(multimap_key_t));
+
+lists *as_lists(const multimap_t *map)
 {
-    return to.held != nullptr && find_value(*to.held, data, len) != nullptr;
+    return reinterpret_cast<lists *>(const_cast<multimap_t *>(map));
 }
 
-int put(target<multimap_t> &to, const void *data, uint32_t len)
+key_iter *as_iter(const multimap_key_iter_t *iter)
 {
-    return holds(to, data, len) ? refused
-                                : append_value(to, make_value<multimap_value_t>(data, len));
+    return reinterpret_cast<key_iter *>(const_cast<multimap_key_iter_t *>(iter));
 }
+
+multimap_value_t *as_value(value_node *value)
+{
+    return reinterpret_cast<multimap_value_t *>(value);
+}
+
+constexpr adding refusing_equal{sizeof(multimap_value_t), false, equal_value::refuse};
+constexpr adding skipping_equal{sizeof(multimap_value_t), false, equal_value::skip};
 
 // Frees the value that pick(key node) gives: 0, or 2 where there is no key or pick gives null.
 template <class Pick>
-int drop(multimap_t &map, const char *key, Pick pick)
+int drop(multimap_t *map, const char *key, Pick pick)
 {
-    const auto at = locate(map, key);
-    auto *value = at.node != nullptr ? pick(*at.node) : nullptr;
+    const place at = locate(table_of(as_lists(map)), key);
+    value_node *value = at.node != nullptr ? pick(as_key(at.node)) : nullptr;
     if (value == nullptr) {
         return ENOENT;
     }
-    drop_value(map, at, value);
+    drop_value(as_lists(map), at, value);
     return 0;
 }
 
-constexpr auto put_value = [](target<multimap_t> &to, const multimap_value_t &value) {
-    return put(to, value.data, value.len);
-};
-
-constexpr auto put_missing_value = [](target<multimap_t> &to, const multimap_value_t &value) {
-    return holds(to, value.data, value.len)
-               ? 0
-               : append_value(to, make_value<multimap_value_t>(value.data, value.len));
-};
-
-constexpr auto render = [](const multimap_t &map, print_fn print, void *context) {
-    print_with_header("multimap", map, print, context);
-};
+constexpr rendering as_dump{
+    [](table in, print_fn print, void *context) { print_header("multimap", in, print, context); },
+    print_values};
 
 } // namespace
 } // namespace textmaps
@@ -101,57 +95,54 @@ using namespace textmaps;
 
 map_bucket_t *_multimap_hashlist(const multimap_t *map, const char *key)
 {
-    return hashlist(*map, key);
+    const table in = table_of(as_lists(map));
+    return reinterpret_cast<map_bucket_t *>(&in.bucket(hash_key(in, key).hash));
 }
 
 int _multimap_keycmp(const multimap_t *map, const char *a, const char *b)
 {
-    return keycmp(*map, a, b);
+    return keycmp(table_of(as_lists(map)), a, b);
 }
 
 multimap_key_t *_multimap_entry(const multimap_t *map, const char *key)
 {
-    return lookup(map, key);
+    return reinterpret_cast<multimap_key_t *>(find_key(as_lists(map), key));
 }
 
 multimap_value_t *_multimap_value(const multimap_t *map, const char *key, const void *data,
                                   uint32_t len)
 {
-    const multimap_key_t *node = lookup(map, key);
-    return node != nullptr ? find_value(*node, data, len) : nullptr;
+    const key_node *node = find_key(as_lists(map), key);
+    return node != nullptr ? as_value(find_value(*node, data, len)) : nullptr;
 }
 
 int multimap_init(multimap_t *map)
 {
-    return map == nullptr ? EINVAL : init_lists(*map, default_hashsize);
+    return init_lists(as_lists(map), default_hashsize);
 }
 
 int multimap_destroy(multimap_t *map)
 {
-    return destroy_lists(map);
+    return destroy_lists(as_lists(map));
 }
 
 int multimap_clear(multimap_t *map)
 {
-    return clear_lists(map);
+    return clear_lists(as_lists(map));
 }
 
 int multimap_insert(multimap_t *map, const char *key, const void *data, uint32_t len)
 {
-    if (!has_buckets(map) || key == nullptr || data == nullptr) {
-        return EINVAL;
-    }
-    auto to = target_in(*map, key);
-    return put(to, data, len);
+    return add_value(as_lists(map), key, data, len, refusing_equal);
 }
 
 int multimap_find(const multimap_t *map, const char *key, const void *data, uint32_t len,
                   uint32_t *index)
 {
-    if (!has_buckets(map) || key == nullptr || data == nullptr) {
+    if (unusable(as_lists(map), key) || data == nullptr) {
         return EINVAL;
     }
-    const multimap_key_t *node = find(*map, key);
+    const key_node *node = find_key(as_lists(map), key);
     uint32_t position;
     if (node == nullptr || find_value(*node, data, len, position) == nullptr) {
         return ENOENT;
@@ -164,61 +155,61 @@ int multimap_find(const multimap_t *map, const char *key, const void *data, uint
 
 int multimap_delete(multimap_t *map, const char *key, const void *data, uint32_t len)
 {
-    if (!has_buckets(map) || key == nullptr || data == nullptr) {
+    if (unusable(as_lists(map), key) || data == nullptr) {
         return EINVAL;
     }
-    return drop(*map, key, [=](const multimap_key_t &node) { return find_value(node, data, len); });
+    return drop(map, key, [=](const key_node &node) { return find_value(node, data, len); });
 }
 
 int multimap_remove(multimap_t *map, const char *key, uint32_t index)
 {
-    if (!has_buckets(map) || key == nullptr) {
+    if (unusable(as_lists(map), key)) {
         return EINVAL;
     }
-    return drop(*map, key, [=](const multimap_key_t &node) { return value_at(node, index); });
+    return drop(map, key, [=](const key_node &node) { return value_at(node, index); });
 }
 
 int multimap_erase(multimap_t *map, const char *key)
 {
-    return erase(map, key);
+    return erase_key(as_lists(map), key);
 }
 
 int multimap_index(const multimap_t *map, const char *key, uint32_t index, const void **data,
                    uint32_t *len)
 {
-    return index_value(map, key, index, data, len);
+    return index_value(as_lists(map), key, index, data, len);
 }
 
 int multimap_haskey(const multimap_t *map, const char *key)
 {
-    return haskey(map, key);
+    return !isempty(table_of(as_lists(map))) && find_key(as_lists(map), key) != nullptr;
 }
 
 const char *multimap_key_first(const multimap_t *map, multimap_key_iter_t *iter)
 {
-    return key_first(map, iter);
+    return key_first(as_lists(map), as_iter(iter));
 }
 
 const char *multimap_key_next(multimap_key_iter_t *iter)
 {
-    return key_next(iter);
+    return key_next(as_iter(iter));
 }
 
 const char *multimap_key_elem(const multimap_key_iter_t *iter)
 {
-    return key_elem(iter);
+    return key_elem(as_iter(iter));
 }
 
 const void *multimap_value_first(const multimap_t *map, const char *key,
                                  multimap_value_iter_t *iter)
 {
-    if (!has_buckets(map) || key == nullptr || iter == nullptr) {
+    if (unusable(as_lists(map), key) || iter == nullptr) {
         return nullptr;
     }
-    const multimap_key_t *node = find(*map, key);
+    const key_node *node = find_key(as_lists(map), key);
     iter->map = map;
     iter->key = key;
-    iter->node = node != nullptr ? node->values.first : nullptr;
+    iter->node = node != nullptr ? as_value(first_value(*node)) : nullptr;
     return multimap_value_elem(iter);
 }
 
@@ -239,60 +230,62 @@ uint32_t multimap_value_size(const multimap_value_iter_t *iter)
 
 uint32_t multimap_value_count(const multimap_value_iter_t *iter)
 {
-    const multimap_key_t *node = on_value(iter) ? lookup(iter->map, iter->key) : nullptr;
+    const key_node *node = on_value(iter) ? find_key(as_lists(iter->map), iter->key) : nullptr;
     return node != nullptr ? node->count : 0;
 }
 
 int multimap_isempty(const multimap_t *map)
 {
-    return isempty(map);
+    return isempty(table_of(as_lists(map)));
 }
 
 int multimap_key_count(const multimap_t *map, uint32_t *count)
 {
-    return key_count(map, count);
+    if (map == nullptr || count == nullptr) {
+        return EINVAL;
+    }
+    *count = static_cast<uint32_t>(map->numkeys);
+    return 0;
 }
 
 const char *multimap_key_name(const multimap_t *map, int32_t ordinal)
 {
-    return key_name(map, ordinal);
+    return key_name(table_of(as_lists(map)), ordinal);
 }
 
 int _multimap_sort(const multimap_t *map, multimap_sort_item_t **items, int32_t *count)
 {
-    return sort_keys(*map, items, count);
+    return sort_keys(table_of(as_lists(map)), reinterpret_cast<listed **>(items), count);
 }
 
 void multimap_print(const multimap_t *map, multimap_print_fn fn, void *context)
 {
-    if (fn != nullptr) {
-        print_all(map, fn, context, print_sorted<multimap_t>);
-    }
+    print_lists(as_lists(map), fn, context);
 }
 
 void multimap_dump(const multimap_t *map, FILE *stream)
 {
-    dump(map, stream, render);
+    dump(table_of(as_lists(map)), as_dump, stream);
 }
 
 uint32_t multimap_sndump(const multimap_t *map, char *buffer, uint32_t size)
 {
-    return sndump(map, buffer, size, render);
+    return sndump(table_of(as_lists(map)), as_dump, buffer, size);
 }
 
 int multimap_sethashsize(multimap_t *map, uint32_t size)
 {
-    return sethashsize(map, size);
+    return sethashsize(table_of(as_lists(map)), size);
 }
 
 int multimap_sethashfunc(multimap_t *map, map_hash_fn fn)
 {
-    return sethashfunc(map, fn);
+    return sethashfunc(table_of(as_lists(map)), fn);
 }
 
 int multimap_setcasekeys(multimap_t *map, uint32_t flag)
 {
-    return setcasekeys_lists(map, flag);
+    return setcasekeys_lists(as_lists(map), flag);
 }
 
 int multimap_setmaxkeys(multimap_t *map, int32_t limit)
@@ -307,20 +300,22 @@ int multimap_setmaxvalues(multimap_t *map, int32_t limit)
 
 int multimap_isequal(const multimap_t *a, const multimap_t *b)
 {
-    return isequal(a, b);
+    return isequal_lists(as_lists(a), as_lists(b));
 }
 
 int multimap_intersection(const multimap_t *a, const multimap_t *b, multimap_t *dst)
 {
-    return intersection(a, b, dst, put_value);
+    return intersection(as_lists(a), as_lists(b), as_lists(dst), refusing_equal);
 }
 
 int multimap_union(const multimap_t *a, const multimap_t *b, multimap_t *dst)
 {
-    return combine(a, b, dst, [=] {
-        const int result = add_all(*dst, *a, put_value);
-        return result != 0 ? result : multimap_merge(b, dst);
-    });
+    int result = start(as_lists(a), as_lists(b), as_lists(dst));
+    if (result != 0) {
+        return result;
+    }
+    result = add_all(as_lists(dst), as_lists(a), refusing_equal);
+    return finish(as_lists(dst), result != 0 ? result : multimap_merge(b, dst));
 }
 
 int multimap_merge(const multimap_t *src, multimap_t *dst)
@@ -328,10 +323,10 @@ int multimap_merge(const multimap_t *src, multimap_t *dst)
     if (src == nullptr || dst == nullptr) {
         return EINVAL;
     }
-    return dst == src ? 0 : add_all(*dst, *src, put_missing_value);
+    return dst == src ? 0 : add_all(as_lists(dst), as_lists(src), skipping_equal);
 }
 
 int multimap_copy(const multimap_t *src, multimap_t *dst)
 {
-    return copy(src, dst, put_value);
+    return copy_lists(as_lists(src), as_lists(dst), refusing_equal);
 }

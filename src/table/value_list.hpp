@@ -1,4 +1,4 @@
-// A key and its list of values: what the multimap and the arraymap have in common.
+// A key and its list of values: what the multimap and the arraymap have in common, once for both.
 //
 //     key node                                                   value node
 //     +------+------+-----+-------+---------------+---------+    +------+------+------+-----+-------+
@@ -9,268 +9,117 @@
 //                                             +------------------+
 //
 // Both queues are tail queues: keys in their bucket, values under their key. A key exists as long
-// as it holds a value. A Table has the fields of table.hpp, and numvalues and maxvalues.
+// as it holds a value. The records here are those of both families' headers under one name.
 #pragma once
 
 #include "listing.hpp"
 
-#include <type_traits>
-
 namespace textmaps {
 
-template <class Key>
-using value_in = std::remove_pointer_t<decltype(Key::values.first)>;
-
-template <class Table>
-using value_of = value_in<node_of<Table>>;
-
-template <class Key>
-chained<value_in<Key>> values(const Key &key)
-{
-    return chained<value_in<Key>>(key.values);
-}
-
-template <class Value>
-bool is_equal(const Value &value, const void *data, std::uint32_t length)
-{
-    return value.len == length && std::memcmp(value.data, data, length) == 0;
-}
-
-// The first value of these bytes, and its position; null if there is none.
-template <class Key>
-value_in<Key> *find_value(const Key &key, const void *data, std::uint32_t length,
-                          std::uint32_t &position)
-{
-    position = 0;
-    for (auto &value : values(key)) {
-        if (is_equal(value, data, length)) {
-            return &value;
-        }
-        ++position;
-    }
-    return nullptr;
-}
-
-template <class Key>
-value_in<Key> *find_value(const Key &key, const void *data, std::uint32_t length)
-{
-    std::uint32_t position;
-    return find_value(key, data, length, position);
-}
-
-// The value at a position of the list, counted from 0; null behind its end.
-template <class Key>
-value_in<Key> *value_at(const Key &key, std::uint32_t position)
-{
-    if (position >= key.count) {
-        return nullptr;
-    }
-    auto *value = chain_first<value_in<Key>>(key.values);
-    for (; position != 0; --position) {
-        value = chain_next(*value);
-    }
-    return value;
-}
-
-template <class Table>
-int init_lists(Table &table, std::uint32_t hashsize)
-{
-    table.maxvalues = -1;
-    table.numvalues = 0;
-    return init(table, hashsize);
-}
-
-// Header and bytes in one block, linked nowhere; null when there is no memory.
-template <class Value>
-Value *make_value(const void *data, std::uint32_t length)
-{
-    auto *value = static_cast<Value *>(allocate_node(sizeof(Value), length, 0));
-    if (value != nullptr) {
-        value->data = std::memcpy(value + 1, data, length);
-        value->len = length;
-    }
-    return value;
-}
-
-// Header and text in one block, without values and linked nowhere; null as above.
-template <class Key>
-Key *make_key(const char *key)
-{
-    const std::size_t keysz = std::strlen(key) + 1;
-    auto *node = static_cast<Key *>(allocate_node(sizeof(Key), keysz, 0));
-    if (node != nullptr) {
-        node->key = static_cast<char *>(std::memcpy(node + 1, key, keysz));
-        node->count = 0;
-        chain_init(node->values);
-    }
-    return node;
-}
-
-// A key that values are added to. `held` is its node as it was found, `at.node` as it is now: null
-// while the table has no such key.
-template <class Table>
-struct target {
-    Table &table;
-    const char *key;
-    place<Table> at;
-    const node_of<Table> *held;
+struct [[gnu::may_alias]] lists {
+    std::int32_t maxkeys;
+    std::int32_t maxvalues;
+    std::int32_t numkeys;
+    std::int32_t numvalues;
+    settings set;
 };
 
-template <class Table>
-target<Table> target_in(Table &table, const char *key)
+struct [[gnu::may_alias]] value_node {
+    links link;
+    const void *data;
+    std::uint32_t len;
+};
+
+struct [[gnu::may_alias]] key_node {
+    links link;
+    const char *key;
+    std::uint32_t count;
+    links values;
+};
+
+constexpr layout lists_layout{8, 16, 2 * sizeof(void *)};
+
+inline table table_of(const lists *in)
 {
-    const auto at = locate(table, key);
-    return {table, key, at, at.node};
+    return {in, lists_layout};
 }
 
-// Adds the key, where it is new: 0, 1 at the key limit, 12.
-template <class Table>
-int add_key(target<Table> &to)
+// Whether there is nothing in which the key could be looked up.
+inline bool unusable(const lists *in, const char *key)
 {
-    if (at_key_limit(to.table)) {
-        return refused;
-    }
-    to.at.node = make_key<node_of<Table>>(to.key);
-    if (to.at.node == nullptr) {
-        return ENOMEM;
-    }
-    chain_append(to.at.bucket, *to.at.node);
-    ++to.table.numkeys;
-    return 0;
+    return !has_buckets(table_of(in)) || key == nullptr;
 }
 
-// Appends a new value to the key's list, with the key if that is new. The value is the table's
-// then, or freed; a null one means that there was no memory for it.
-template <class Table>
-int append_value(target<Table> &to, value_of<Table> *value)
+// The node of a key, where there is one.
+inline key_node &as_key(const links *node)
 {
-    if (value == nullptr) {
-        return ENOMEM;
-    }
-    const int result = to.at.node != nullptr ? 0 : add_key(to);
-    if (result != 0) {
-        std::free(value);
-        return result;
-    }
-    chain_append(to.at.node->values, *value);
-    ++to.at.node->count;
-    ++to.table.numvalues;
-    return 0;
+    return *reinterpret_cast<key_node *>(const_cast<links *>(node));
 }
 
-// Frees a key that is linked nowhere, and its values.
-template <class Table>
-void release_key(Table &table, node_of<Table> *node)
-{
-    while (auto *value = chain_take_first<value_of<Table>>(node->values)) {
-        --table.numvalues;
-        std::free(value);
-    }
-    std::free(node);
-}
+// The key, which may be missing or released as its container; null if there is none.
+key_node *find_key(const lists *in, const char *key);
 
-// Frees one value, and its key with the last. Whether the key is still there.
-template <class Table>
-bool drop_value(Table &table, const place<Table> &at, value_of<Table> *value)
-{
-    chain_remove(at.node->values, *value);
-    --at.node->count;
-    --table.numvalues;
-    std::free(value);
-    if (at.node->count != 0) {
-        return true;
-    }
-    unlink_node(table, at);
-    release_key(table, at.node);
-    return false;
-}
+// for (value_node *value = first_value(key); value != nullptr; value = next_value(*value))
+value_node *first_value(const key_node &key);
+value_node *next_value(const value_node &value);
 
-template <class Table>
-int erase(Table *table, const char *key)
-{
-    if (!has_buckets(table) || key == nullptr) {
-        return EINVAL;
-    }
-    const auto at = locate(*table, key);
-    if (at.node == nullptr) {
-        return ENOENT;
-    }
-    unlink_node(*table, at);
-    release_key(*table, at.node);
-    return 0;
-}
+// An arraymap's value has its index behind the length.
+using index_field [[gnu::may_alias]] = std::uint32_t;
+constexpr std::size_t index_offset = 3 * sizeof(void *) + 4;
+index_field &index_of(value_node &value);
 
-template <class Table>
-int clear_lists(Table *table)
-{
-    return clear(table, [table](node_of<Table> *node) { release_key(*table, node); });
-}
+bool is_equal(const value_node &value, const void *data, std::uint32_t length);
+
+// The first value of these bytes, and its position; null if there is none.
+value_node *find_value(const key_node &key, const void *data, std::uint32_t length,
+                       std::uint32_t &position);
+value_node *find_value(const key_node &key, const void *data, std::uint32_t length);
+
+// The value at a position of the list, counted from 0; null behind its end.
+value_node *value_at(const key_node &key, std::uint32_t position);
+
+int init_lists(lists *in, std::uint32_t hashsize);
+int clear_lists(lists *in);
 
 // Unlike the map's, it fails for a table that is released.
-template <class Table>
-int destroy_lists(Table *table)
-{
-    const int result = clear_lists(table);
-    if (result == 0) {
-        release_buckets(*table);
-    }
-    return result;
-}
+int destroy_lists(lists *in);
+
+// What a family does with a value that its key holds already.
+enum class equal_value : std::uint8_t { refuse, skip, add };
+
+// How a family adds values: the size of a value's header, and whether it has an index, in bytes.
+struct adding {
+    std::uint8_t header;
+    bool indexed;
+    equal_value present;
+};
+
+// Header and bytes in one block, linked nowhere; null when there is no memory.
+value_node *make_value(std::uint8_t header, const void *data, std::uint32_t length);
+
+// Adds a value at the end of the key's list, with the key if that is new: 0; 1 if it is refused, for
+// the value's sake or at the key limit; 22; 12.
+int add_value(lists *in, const char *key, const void *data, std::uint32_t length, adding how);
+
+// Frees one value, and its key with the last. Whether the key is still there.
+bool drop_value(lists *in, const place &at, value_node *value);
+
+int erase_key(lists *in, const char *key);
 
 // A value by its position.
-template <class Table>
-int index_value(const Table *table, const char *key, std::uint32_t position, const void **data,
-                std::uint32_t *length)
-{
-    if (!has_buckets(table) || key == nullptr) {
-        return EINVAL;
-    }
-    const auto *node = find(*table, key);
-    const auto *value = node != nullptr ? value_at(*node, position) : nullptr;
-    if (data != nullptr) {
-        *data = value != nullptr ? value->data : nullptr;
-    }
-    if (length != nullptr) {
-        *length = value != nullptr ? value->len : 0;
-    }
-    return value != nullptr ? 0 : ENOENT;
-}
+int index_value(const lists *in, const char *key, std::uint32_t position, const void **data,
+                std::uint32_t *length);
 
 // Iterators over keys. After the end they stay on the last key, in the bucket hashsize.
+struct [[gnu::may_alias]] key_iter {
+    const lists *map;
+    std::uint32_t bucket;
+    const key_node *node;
+};
 
-template <class Iter>
-const char *key_elem(const Iter *iter)
-{
-    return iter != nullptr && iter->map != nullptr && iter->node != nullptr ? iter->node->key
-                                                                            : nullptr;
-}
-
-template <class Table, class Iter>
-const char *key_first(const Table *table, Iter *iter)
-{
-    if (!has_buckets(table) || iter == nullptr) {
-        return nullptr;
-    }
-    iter->map = table;
-    iter->bucket = 0;
-    iter->node = first_from(*table, iter->bucket);
-    return key_elem(iter);
-}
-
-template <class Iter>
-const char *key_next(Iter *iter)
-{
-    if (key_elem(iter) == nullptr) {
-        return nullptr;
-    }
-    const auto *next = next_after(*iter->map, *iter->node, iter->bucket);
-    if (next == nullptr) {
-        iter->bucket = iter->map->hashsize;
-        return nullptr;
-    }
-    iter->node = next;
-    return next->key;
-}
+const char *key_elem(const key_iter *iter);
+const char *key_first(const lists *in, key_iter *iter);
+const char *key_next(key_iter *iter);
 
 // Iterators over the values of a key. After the end they stay on the last value.
 
@@ -296,7 +145,7 @@ std::uint32_t value_size(const Iter *iter)
 template <class Iter>
 const void *value_next(Iter *iter)
 {
-    const auto *next = chain_next(*iter->node);
+    const auto *next = iter->node->next;
     if (next == nullptr) {
         return nullptr;
     }
@@ -305,150 +154,30 @@ const void *value_next(Iter *iter)
 }
 
 // One line for each value of a key.
-template <class Key>
-void print_values(const char *name, const Key &key, print_fn print, void *context)
-{
-    unsigned int position = 0;
-    for (const auto &value : values(key)) {
-        print(context, " %s[%u]=%.*s\n", name, position++, precision(value.len), value.data);
-    }
-}
+void print_values(const char *name, const links &node, print_fn print, void *context);
 
-template <class Table>
-void print_sorted(const Table &table, print_fn print, void *context)
-{
-    visit_sorted(table, [=](const char *name, const node_of<Table> &key) {
-        print_values(name, key, print, context);
-    });
-}
+void print_header(const char *family, table in, print_fn print, void *context);
 
-template <class Table>
-void print_with_header(const char *family, const Table &table, print_fn print, void *context)
-{
-    print(context, "%s %p hashsize=%d numkeys=%d numvalues=%d\n", family,
-          static_cast<const void *>(&table), static_cast<int>(table.hashsize), table.numkeys,
-          table.numvalues);
-    print_sorted(table, print, context);
-}
+// What a print, which has no header, is for both families.
+void print_lists(const lists *in, print_fn print, void *context);
 
-// Of keys that become equal, the values that the surviving key does not hold move to the end of its
-// list.
-template <class Table>
-int setcasekeys_lists(Table *table, std::uint32_t flag)
-{
-    return setcasekeys(table, flag, [table](node_of<Table> &survivor, node_of<Table> *node) {
-        while (auto *value = chain_take_first<value_of<Table>>(node->values)) {
-            if (find_value(survivor, value->data, value->len) != nullptr) {
-                --table->numvalues;
-                std::free(value);
-            } else {
-                chain_append(survivor.values, *value);
-                ++survivor.count;
-            }
-        }
-        std::free(node);
-    });
-}
+int setcasekeys_lists(lists *in, std::uint32_t flag);
 
-// Whole tables. Each key is hashed once for each table, however many values it has. What fills a
-// table is given put(target, value), the family's way to add a value of another table.
+// Whole tables. Each key is hashed once for each table, however many values it has.
 
-// Adds the values of one key; the first failure ends it.
-template <class Table, class Put>
-int add_values(Table &dst, const node_of<Table> &key, Put put)
-{
-    if (!has_buckets(&dst)) {
-        return EINVAL;
-    }
-    auto to = target_in(dst, key.key);
-    for (const auto &value : values(key)) {
-        const int result = put(to, value);
-        if (result != 0) {
-            return result;
-        }
-    }
-    return 0;
-}
+// Adds the values of all keys, or of those in so many buckets; the first failure ends it.
+int add_all(lists *dst, const lists *src, adding how, std::uint32_t buckets = UINT32_MAX);
 
-// Adds the values of all keys, as above; at most those of so many buckets.
-template <class Table, class Put>
-int add_all(Table &dst, const Table &src, Put put, std::uint32_t buckets = UINT32_MAX)
-{
-    for (std::uint32_t i = 0; i < std::min(buckets, src.hashsize); ++i) {
-        for (const auto &key : chained<node_of<Table>>(src.buckets[i])) {
-            const int result = add_values(dst, key, put);
-            if (result != 0) {
-                return result;
-            }
-        }
-    }
-    return 0;
-}
+// Readies dst for what a set operation makes of a and b: 0, or a failure. dst may not be a source.
+int start(const lists *a, const lists *b, lists *dst);
 
-// Makes dst hold what add() adds, or nothing if that fails. The sources are not to be emptied.
-template <class Table, class Add>
-int combine(const Table *a, const Table *b, Table *dst, Add add)
-{
-    if (a == nullptr || b == nullptr || dst == nullptr || dst == a || dst == b) {
-        return EINVAL;
-    }
-    return refill(
-        dst, [dst](node_of<Table> *node) { release_key(*dst, node); }, add);
-}
+// What the operation gives: dst keeps nothing of one that failed.
+int finish(lists *dst, int result);
 
-template <class Table, class Put>
-int intersection(const Table *a, const Table *b, Table *dst, Put put)
-{
-    return combine(a, b, dst, [=] {
-        for (const auto &key : nodes(*a)) {
-            const auto *other = lookup(b, key.key);
-            if (other == nullptr) {
-                continue;
-            }
-            const auto put_common = [=](target<Table> &to, const value_of<Table> &value) {
-                const bool common = find_value(*other, value.data, value.len) != nullptr;
-                return common ? put(to, value) : 0;
-            };
-            const int result = add_values(*dst, key, put_common);
-            if (result != 0) {
-                return result;
-            }
-        }
-        return 0;
-    });
-}
-
-template <class Table, class Put>
-int copy(const Table *src, Table *dst, Put put)
-{
-    return combine(src, src, dst, [=] {
-        const int result = dst->hashsize == src->hashsize ? 0 : sethashsize(dst, src->hashsize);
-        return result != 0 ? result : add_all(*dst, *src, put);
-    });
-}
+int intersection(const lists *a, const lists *b, lists *dst, adding how);
+int copy_lists(const lists *src, lists *dst, adding how);
 
 // Whether both hold as many keys and values, and b holds each value of a.
-template <class Table>
-bool isequal(const Table *a, const Table *b)
-{
-    if (a == nullptr || b == nullptr) {
-        return a == b;
-    }
-    if (a->numkeys != b->numkeys || a->numvalues != b->numvalues) {
-        return false;
-    }
-    for (const auto &key : nodes(*a)) {
-        const auto *other = find(*b, key.key);
-        if (other == nullptr) {
-            return false;
-        }
-        for (const auto &value : values(key)) {
-            if (find_value(*other, value.data, value.len) == nullptr) {
-                return false;
-            }
-        }
-    }
-    return true;
-}
+bool isequal_lists(const lists *a, const lists *b);
 
 } // namespace textmaps

@@ -13,8 +13,7 @@ TEST(SortCompare, GoesByTheBytesOfTheKeysAlone)
         for (const char *b : in_order) {
             SCOPED_TRACE(testing::PrintToString(a) + ' ' + testing::PrintToString(b));
             const std::string copy = b;
-            const int result = textmaps::_sort_compare(textmaps::listed{a, nullptr},
-                                                       textmaps::listed{copy.c_str(), &later});
+            const int result = textmaps::_sort_compare({a, {nullptr}}, {copy.c_str(), {nullptr}});
             EXPECT_EQ(result < 0, earlier < later);
             EXPECT_EQ(result > 0, earlier > later);
             ++later;

@@ -1,0 +1,292 @@
+#include "table.hpp"
+
+#include "allocate.hpp"
+
+#include <cstring>
+#include <strings.h>
+
+namespace textmaps {
+
+namespace {
+
+bool uses_builtin_hash(table in)
+{
+    return in.set().hashfunc == nullptr;
+}
+
+links *find_in(table in, const links &bucket, const hashed_key &key)
+{
+    // Only where the C library does not decide which letters are equal: it may know more of them
+    // than the hash.
+    const bool by_hash = keeps_hashes && in.set().casekeys == 0 && uses_builtin_hash(in);
+    for (links *node = bucket.next; node != nullptr; node = node->next) {
+        if (by_hash && in.hash(*node) != key.hash) {
+            continue;
+        }
+        if (keycmp(in, key.text, in.key(*node)) == 0) {
+            return node;
+        }
+    }
+    return nullptr;
+}
+
+place locate(table in, const hashed_key &key)
+{
+    links &bucket = in.bucket(key.hash);
+    return {&bucket, find_in(in, bucket, key), key};
+}
+
+hashed_key key_of(table from, const links &node, table to)
+{
+    const char *key = from.key(node);
+    if (keeps_hashes && uses_builtin_hash(from) && uses_builtin_hash(to)) {
+        return {key, std::strlen(key) + 1, from.hash(node)};
+    }
+    return hash_key(to, key);
+}
+
+links *allocate_buckets(std::uint32_t count)
+{
+    auto *buckets = static_cast<links *>(allocate_array(count, sizeof(links)));
+    for (std::uint32_t i = 0; buckets != nullptr && i < count; ++i) {
+        chain_init(buckets[i]);
+    }
+    return buckets;
+}
+
+// Rebuilding: gather every node into one queue in iteration order, change a setting, put the nodes
+// back one by one at the tails of their buckets. Nodes never move in memory, and those that share a
+// bucket keep their order.
+
+void gather(table in, links &queue)
+{
+    chain_init(queue);
+    for (std::uint32_t i = 0; i < in.set().hashsize; ++i) {
+        chain_splice(queue, in.set().buckets[i]);
+    }
+}
+
+void put_back(table in, links &queue)
+{
+    while (links *node = chain_take_first(queue)) {
+        const std::uint32_t hash = hash_key(in, in.key(*node)).hash;
+        in.keep_hash(*node, hash);
+        chain_append(in.bucket(hash), *node);
+    }
+}
+
+} // namespace
+
+hashed_key hash_key(table in, const char *key)
+{
+    if (uses_builtin_hash(in)) {
+        return builtin_hash(key);
+    }
+    return {key, std::strlen(key) + 1, in.set().hashfunc(in.record(), key)};
+}
+
+int keycmp(table in, const char *key, const char *stored)
+{
+    return in.set().casekeys != 0 ? strcasecmp(key, stored) : std::strcmp(key, stored);
+}
+
+links *find(table in, const char *key)
+{
+    const hashed_key hashed = hash_key(in, key);
+    return find_in(in, in.bucket(hashed.hash), hashed);
+}
+
+links *lookup(table in, const char *key)
+{
+    return has_buckets(in) && key != nullptr ? find(in, key) : nullptr;
+}
+
+place locate(table in, const char *key)
+{
+    return locate(in, hash_key(in, key));
+}
+
+place locate_key_of(table from, const links &node, table to)
+{
+    return locate(to, key_of(from, node, to));
+}
+
+links *lookup_key_of(table from, const links &node, table to)
+{
+    return has_buckets(to) ? locate_key_of(from, node, to).node : nullptr;
+}
+
+place locate_copy_of(table from, const links &node, table to)
+{
+    // No two keys of a case-sensitive table have the same spelling.
+    if (from.set().casekeys != 0 || to.set().casekeys != 0) {
+        return locate_key_of(from, node, to);
+    }
+    const hashed_key key = key_of(from, node, to);
+    return {&to.bucket(key.hash), nullptr, key};
+}
+
+void link_node(table in, const place &at, links &node)
+{
+    in.keep_hash(node, at.key.hash);
+    chain_append(*at.bucket, node);
+    ++in.numkeys();
+}
+
+void unlink_node(table in, const place &at)
+{
+    chain_remove(*at.bucket, *at.node);
+    --in.numkeys();
+}
+
+links *first_from(table in, std::uint32_t &bucket)
+{
+    for (; bucket < in.set().hashsize; ++bucket) {
+        if (links *node = in.set().buckets[bucket].next) {
+            return node;
+        }
+    }
+    return nullptr;
+}
+
+links *next_after(table in, const links &node, std::uint32_t &bucket)
+{
+    if (node.next != nullptr) {
+        return node.next;
+    }
+    // Polled past its end for 2^32 calls, an iterator must not begin anew.
+    if (bucket != UINT32_MAX) {
+        ++bucket;
+    }
+    return first_from(in, bucket);
+}
+
+const char *key_name(table in, std::int32_t ordinal)
+{
+    if (!has_buckets(in) || in.numkeys() < ordinal) {
+        return nullptr;
+    }
+    std::int32_t counted = 0;
+    for (const links &node : nodes(in)) {
+        if (counted == ordinal) {
+            return in.key(node);
+        }
+        ++counted;
+    }
+    return nullptr;
+}
+
+int init(table in, std::uint32_t hashsize)
+{
+    in.maxkeys() = -1;
+    in.numkeys() = 0;
+    in.set() = {0, 0, nullptr, nullptr};
+    if (hashsize == 0) {
+        return 0;
+    }
+    in.set().buckets = allocate_buckets(hashsize);
+    if (in.set().buckets == nullptr) {
+        return ENOMEM;
+    }
+    in.set().hashsize = hashsize;
+    return 0;
+}
+
+int clear(table in, release_fn release)
+{
+    if (!has_buckets(in)) {
+        return EINVAL;
+    }
+    if (in.numkeys() < 1) {
+        return 0;
+    }
+    for (std::uint32_t i = 0; i < in.set().hashsize; ++i) {
+        links *node = in.set().buckets[i].next;
+        chain_init(in.set().buckets[i]);
+        while (node != nullptr) {
+            links *next = node->next;
+            --in.numkeys();
+            release(in, *node);
+            node = next;
+        }
+    }
+    return 0;
+}
+
+void release_buckets(table in)
+{
+    settings &set = in.set();
+    std::free(set.buckets);
+    set = {set.casekeys, 0, nullptr, nullptr};
+}
+
+int sethashsize(table in, std::uint32_t size)
+{
+    if (in.record() == nullptr || size == 0 || (size & (size - 1)) != 0) {
+        return EINVAL;
+    }
+    settings &set = in.set();
+    if (size == set.hashsize) {
+        return 0;
+    }
+    links *buckets = allocate_buckets(size);
+    if (buckets == nullptr) {
+        return ENOMEM;
+    }
+    links queue;
+    gather(in, queue);
+    std::free(set.buckets);
+    set.buckets = buckets;
+    set.hashsize = size;
+    put_back(in, queue);
+    return 0;
+}
+
+int sethashfunc(table in, map_hash_fn hashfunc)
+{
+    if (in.record() == nullptr) {
+        return EINVAL;
+    }
+    if (hashfunc != in.set().hashfunc) {
+        links queue;
+        gather(in, queue);
+        in.set().hashfunc = hashfunc;
+        put_back(in, queue);
+    }
+    return 0;
+}
+
+int setcasekeys(table in, std::uint32_t flag, absorb_fn absorb)
+{
+    if (in.record() == nullptr) {
+        return EINVAL;
+    }
+    const std::uint32_t casekeys = flag != 0;
+    if (casekeys == in.set().casekeys) {
+        return 0;
+    }
+    links queue;
+    gather(in, queue);
+    in.set().casekeys = casekeys;
+    in.numkeys() = 0;
+    while (links *node = chain_take_first(queue)) {
+        const place at = locate(in, in.key(*node));
+        if (at.node != nullptr) {
+            absorb(in, *at.node, *node);
+        } else {
+            link_node(in, at, *node);
+        }
+    }
+    return 0;
+}
+
+int set_limit(std::int32_t &limit, std::int32_t value, std::int32_t present)
+{
+    if (value >= 0 && value < present) {
+        return refused;
+    }
+    limit = value;
+    return 0;
+}
+
+} // namespace textmaps
