@@ -1,6 +1,6 @@
 // The arraymap's typed layer. Every function renders or parses by its row and calls one operation
 // of the core.
-#include "typed/access.hpp"
+#include "typed/rows.hpp"
 
 #include <textmaps/arraymap.h>
 
@@ -8,20 +8,37 @@ using namespace textmaps;
 
 namespace {
 
-template <class Row>
-int replace_value(arraymap_t *map, const char *key, uint32_t index, typename Row::argument value)
+int insert(arraymap_t *map, const char *key, word value, row_id id)
 {
-    return with_value<Row>(map, key, value, [=](const char *text, uint32_t size) {
-        return arraymap_replace(map, key, index, text, size);
-    });
+    value_text text;
+    const int result = text.render(id, map, key, value);
+    return result != 0 ? result : arraymap_insert(map, key, text.data(), text.size());
 }
 
-// How a reader gets its value.
-auto fetch(const arraymap_t *map, const char *key, uint32_t position)
+int replace(arraymap_t *map, const char *key, uint32_t index, word value, row_id id)
 {
-    return [=](const void **data, uint32_t *len) {
-        return arraymap_index(map, key, position, data, len);
-    };
+    value_text text;
+    const int result = text.render(id, map, key, value);
+    return result != 0 ? result : arraymap_replace(map, key, index, text.data(), text.size());
+}
+
+int erase(arraymap_t *map, const char *key, word value, row_id id)
+{
+    value_text text;
+    const int result = text.render(id, map, key, value);
+    return result != 0 ? result : arraymap_delete(map, key, text.data(), text.size());
+}
+
+stored fetch(const arraymap_t *map, const char *key, uint32_t position)
+{
+    stored value{};
+    value.result = arraymap_index(map, key, position, &value.data, &value.length);
+    return value;
+}
+
+int get(const arraymap_t *map, const char *key, uint32_t position, void *out, row_id id)
+{
+    return read(id, fetch(map, key, position), out);
 }
 
 } // namespace
@@ -30,16 +47,16 @@ auto fetch(const arraymap_t *map, const char *key, uint32_t position)
 #define ARRAYMAP_WRITERS(type)                                                                     \
     int arraymap_insert_##type(arraymap_t *map, const char *key, row_##type::argument value)       \
     {                                                                                              \
-        return write_value<row_##type>(arraymap_insert, map, key, value);                          \
+        return insert(map, key, word_of(value), row_##type::id);                                   \
     }                                                                                              \
     int arraymap_replace_##type(arraymap_t *map, const char *key, uint32_t index,                  \
                                 row_##type::argument value)                                        \
     {                                                                                              \
-        return replace_value<row_##type>(map, key, index, value);                                  \
+        return replace(map, key, index, word_of(value), row_##type::id);                           \
     }                                                                                              \
     int arraymap_delete_##type(arraymap_t *map, const char *key, row_##type::argument value)       \
     {                                                                                              \
-        return write_value<row_##type>(arraymap_delete, map, key, value);                          \
+        return erase(map, key, word_of(value), row_##type::id);                                    \
     }
 
 #define ARRAYMAP_ROW(type)                                                                         \
@@ -47,7 +64,7 @@ auto fetch(const arraymap_t *map, const char *key, uint32_t position)
     int arraymap_get_##type(const arraymap_t *map, const char *key, uint32_t position,             \
                             row_##type::output *out)                                               \
     {                                                                                              \
-        return read_value<row_##type>(out, fetch(map, key, position));                             \
+        return get(map, key, position, out, row_##type::id);                                       \
     }
 
 ARRAYMAP_ROW(uint64)
@@ -85,47 +102,46 @@ int arraymap_delete_time(arraymap_t *map, const char *key, int32_t value)
 
 int arraymap_get_time(const arraymap_t *map, const char *key, uint32_t position, int32_t *out)
 {
-    return read_time(
-        out, [=](int32_t *seconds) { return arraymap_get_int32(map, key, position, seconds); });
+    return read_time(fetch(map, key, position), out);
 }
 
 int arraymap_insert_fmt(arraymap_t *map, const char *key, const char *format, ...)
 {
+    formatted_text text;
     va_list arguments;
     va_start(arguments, format);
-    const int result = write_formatted(arraymap_insert, map, key, format, arguments);
+    const int result = text.render(map, key, format, arguments);
     va_end(arguments);
-    return result;
+    return result != 0 ? result : arraymap_insert(map, key, text.data(), text.size());
 }
 
 int arraymap_replace_fmt(arraymap_t *map, const char *key, uint32_t index, const char *format, ...)
 {
+    formatted_text text;
     va_list arguments;
     va_start(arguments, format);
-    const int result =
-        with_format(map, key, format, arguments, [=](const char *text, uint32_t size) {
-            return arraymap_replace(map, key, index, text, size);
-        });
+    const int result = text.render(map, key, format, arguments);
     va_end(arguments);
-    return result;
+    return result != 0 ? result : arraymap_replace(map, key, index, text.data(), text.size());
 }
 
 int arraymap_delete_fmt(arraymap_t *map, const char *key, const char *format, ...)
 {
+    formatted_text text;
     va_list arguments;
     va_start(arguments, format);
-    const int result = write_formatted(arraymap_delete, map, key, format, arguments);
+    const int result = text.render(map, key, format, arguments);
     va_end(arguments);
-    return result;
+    return result != 0 ? result : arraymap_delete(map, key, text.data(), text.size());
 }
 
 int arraymap_copy_str(const arraymap_t *map, const char *key, uint32_t position, char *buffer,
                       uint32_t size)
 {
-    return read_text(buffer, size, fetch(map, key, position));
+    return read_text(fetch(map, key, position), buffer, size);
 }
 
 int arraymap_dup_str(const arraymap_t *map, const char *key, uint32_t position, char **out)
 {
-    return read_copy(out, fetch(map, key, position));
+    return read_copy(fetch(map, key, position), out);
 }

@@ -1,64 +1,79 @@
 // The map's typed layer and the map arrays. Every typed function renders or parses by its row and
 // calls one operation of the core.
-#include "typed/access.hpp"
+#include "typed/rows.hpp"
 
 #include <textmaps/map.h>
 
 #include <algorithm>
 #include <climits>
+#include <cstdio>
 #include <strings.h>
 
 using namespace textmaps;
 
 namespace {
 
-template <class Row>
-int cmp(const map_t *map, const char *key, typename Row::argument value)
+int cmp(const map_t *map, const char *key, word value, row_id id)
 {
-    return Row::with_text(
-        value, [=](const char *text, uint32_t size) { return map_cmp(map, key, text, size); });
+    value_text text;
+    text.render_any(id, value);
+    return map_cmp(map, key, text.data(), text.size());
 }
 
-template <class Row>
-int cmp_checked(const map_t *map, const char *key, typename Row::argument value)
+int cmp_checked(const map_t *map, const char *key, word value, row_id id)
 {
-    return map == nullptr || key == nullptr ? EINVAL : cmp<Row>(map, key, value);
+    return map == nullptr || key == nullptr ? EINVAL : cmp(map, key, value, id);
 }
 
-template <class Row>
-int cmp_address(const map_t *map, const char *key, typename Row::argument value)
+int replace(map_t *map, const char *key, word value, row_id id)
 {
-    return Row::with_any_text(
-        value, [=](const char *text, uint32_t size) { return map_cmp(map, key, text, size); });
+    value_text text;
+    const int result = text.render(id, map, key, value);
+    return result != 0 ? result : map_replace(map, key, text.data(), text.size());
 }
 
-// How a reader gets its value.
-auto fetch(const map_t *map, const char *key)
+int insert(map_t *map, const char *key, word value, row_id id)
 {
-    return [=](const void **value, uint32_t *length) {
-        return map_index(map, key, value, length);
-    };
+    value_text text;
+    const int result = text.render(id, map, key, value);
+    return result != 0 ? result : map_insert(map, key, text.data(), text.size());
+}
+
+stored fetch(const map_t *map, const char *key)
+{
+    stored value{};
+    value.result = map_index(map, key, &value.data, &value.length);
+    return value;
+}
+
+int get(const map_t *map, const char *key, void *out, row_id id)
+{
+    return read(id, fetch(map, key), out);
 }
 
 } // namespace
 
-// The functions of one row; `compare` is the one of the three above that its comparison follows.
-#define MAP_ROW(type, compare)                                                                     \
-    int map_cmp_##type(const map_t *map, const char *key, row_##type::argument value)              \
-    {                                                                                              \
-        return compare<row_##type>(map, key, value);                                               \
-    }                                                                                              \
+// What all rows have, and what those of numbers and addresses have beside it; `compare` is the one of
+// the two above that their comparison follows.
+#define MAP_WRITERS(type)                                                                          \
     int map_replace_##type(map_t *map, const char *key, row_##type::argument value)                \
     {                                                                                              \
-        return write_value<row_##type>(map_replace, map, key, value);                              \
+        return replace(map, key, word_of(value), row_##type::id);                                  \
     }                                                                                              \
     int map_insert_##type(map_t *map, const char *key, row_##type::argument value)                 \
     {                                                                                              \
-        return write_value<row_##type>(map_insert, map, key, value);                               \
+        return insert(map, key, word_of(value), row_##type::id);                                   \
+    }
+
+#define MAP_ROW(type, compare)                                                                     \
+    MAP_WRITERS(type)                                                                              \
+    int map_cmp_##type(const map_t *map, const char *key, row_##type::argument value)              \
+    {                                                                                              \
+        return compare(map, key, word_of(value), row_##type::id);                                  \
     }                                                                                              \
     int map_get_##type(const map_t *map, const char *key, row_##type::output *out)                 \
     {                                                                                              \
-        return read_value<row_##type>(out, fetch(map, key));                                       \
+        return get(map, key, out, row_##type::id);                                                 \
     }
 
 MAP_ROW(uint64, cmp)
@@ -74,9 +89,10 @@ MAP_ROW(uint, cmp_checked)
 MAP_ROW(int, cmp_checked)
 MAP_ROW(uchar, cmp_checked)
 MAP_ROW(char, cmp_checked)
-MAP_ROW(macaddr, cmp_address)
-MAP_ROW(ipaddr, cmp_address)
-MAP_ROW(cidr, cmp_address)
+MAP_ROW(macaddr, cmp)
+MAP_ROW(ipaddr, cmp)
+MAP_ROW(cidr, cmp)
+MAP_WRITERS(str)
 
 int map_cmp_time(const map_t *map, const char *key, int32_t value)
 {
@@ -95,7 +111,7 @@ int map_insert_time(map_t *map, const char *key, int32_t value)
 
 int map_get_time(const map_t *map, const char *key, int32_t *out)
 {
-    return read_time(out, [=](int32_t *seconds) { return map_get_int32(map, key, seconds); });
+    return read_time(fetch(map, key), out);
 }
 
 int map_cmp_str(const map_t *map, const char *key, const char *value)
@@ -105,42 +121,34 @@ int map_cmp_str(const map_t *map, const char *key, const char *value)
     return map_cmp(map, key, value, static_cast<uint32_t>(std::min<std::size_t>(size, UINT32_MAX)));
 }
 
-int map_replace_str(map_t *map, const char *key, const char *value)
-{
-    return write_value<row_str>(map_replace, map, key, value);
-}
-
-int map_insert_str(map_t *map, const char *key, const char *value)
-{
-    return write_value<row_str>(map_insert, map, key, value);
-}
-
 int map_replace_fmt(map_t *map, const char *key, const char *format, ...)
 {
+    formatted_text text;
     va_list arguments;
     va_start(arguments, format);
-    const int result = write_formatted(map_replace, map, key, format, arguments);
+    const int result = text.render(map, key, format, arguments);
     va_end(arguments);
-    return result;
+    return result != 0 ? result : map_replace(map, key, text.data(), text.size());
 }
 
 int map_insert_fmt(map_t *map, const char *key, const char *format, ...)
 {
+    formatted_text text;
     va_list arguments;
     va_start(arguments, format);
-    const int result = write_formatted(map_insert, map, key, format, arguments);
+    const int result = text.render(map, key, format, arguments);
     va_end(arguments);
-    return result;
+    return result != 0 ? result : map_insert(map, key, text.data(), text.size());
 }
 
 int map_copy_str(const map_t *map, const char *key, char *buffer, uint32_t size)
 {
-    return read_text(buffer, size, fetch(map, key));
+    return read_text(fetch(map, key), buffer, size);
 }
 
 int map_dup_str(const map_t *map, const char *key, char **out)
 {
-    return read_copy(out, fetch(map, key));
+    return read_copy(fetch(map, key), out);
 }
 
 int map_casecmp_str(const map_t *map, const char *key, const char *text)

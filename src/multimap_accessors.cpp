@@ -1,6 +1,6 @@
 // The multimap's typed layer. Every function renders or parses by its row and calls one operation
 // of the core.
-#include "typed/access.hpp"
+#include "typed/rows.hpp"
 
 #include <textmaps/multimap.h>
 
@@ -10,20 +10,37 @@ using namespace textmaps;
 
 namespace {
 
-template <class Row>
-int find_text(const multimap_t *map, const char *key, typename Row::argument value, uint32_t *index)
+int find(const multimap_t *map, const char *key, word value, uint32_t *index, row_id id)
 {
-    return with_value<Row>(map, key, value, [=](const char *text, uint32_t size) {
-        return multimap_find(map, key, text, size, index);
-    });
+    value_text text;
+    const int result = text.render(id, map, key, value);
+    return result != 0 ? result : multimap_find(map, key, text.data(), text.size(), index);
 }
 
-// How a reader gets its value.
-auto fetch(const multimap_t *map, const char *key, uint32_t index)
+int erase(multimap_t *map, const char *key, word value, row_id id)
 {
-    return [=](const void **data, uint32_t *len) {
-        return multimap_index(map, key, index, data, len);
-    };
+    value_text text;
+    const int result = text.render(id, map, key, value);
+    return result != 0 ? result : multimap_delete(map, key, text.data(), text.size());
+}
+
+int insert(multimap_t *map, const char *key, word value, row_id id)
+{
+    value_text text;
+    const int result = text.render(id, map, key, value);
+    return result != 0 ? result : multimap_insert(map, key, text.data(), text.size());
+}
+
+stored fetch(const multimap_t *map, const char *key, uint32_t index)
+{
+    stored value{};
+    value.result = multimap_index(map, key, index, &value.data, &value.length);
+    return value;
+}
+
+int get(const multimap_t *map, const char *key, uint32_t index, void *out, row_id id)
+{
+    return read(id, fetch(map, key, index), out);
 }
 
 } // namespace
@@ -33,15 +50,15 @@ auto fetch(const multimap_t *map, const char *key, uint32_t index)
     int multimap_find_##type(const multimap_t *map, const char *key, row_##type::argument value,   \
                              uint32_t *index)                                                      \
     {                                                                                              \
-        return find_text<row_##type>(map, key, value, index);                                      \
+        return find(map, key, word_of(value), index, row_##type::id);                              \
     }                                                                                              \
     int multimap_delete_##type(multimap_t *map, const char *key, row_##type::argument value)       \
     {                                                                                              \
-        return write_value<row_##type>(multimap_delete, map, key, value);                          \
+        return erase(map, key, word_of(value), row_##type::id);                                    \
     }                                                                                              \
     int multimap_insert_##type(multimap_t *map, const char *key, row_##type::argument value)       \
     {                                                                                              \
-        return write_value<row_##type>(multimap_insert, map, key, value);                          \
+        return insert(map, key, word_of(value), row_##type::id);                                   \
     }
 
 #define MULTIMAP_ROW(type)                                                                         \
@@ -49,7 +66,7 @@ auto fetch(const multimap_t *map, const char *key, uint32_t index)
     int multimap_get_##type(const multimap_t *map, const char *key, uint32_t index,                \
                             row_##type::output *out)                                               \
     {                                                                                              \
-        return read_value<row_##type>(out, fetch(map, key, index));                                \
+        return get(map, key, index, out, row_##type::id);                                          \
     }
 
 MULTIMAP_ROW(uint64)
@@ -87,26 +104,27 @@ int multimap_insert_time(multimap_t *map, const char *key, int32_t value)
 
 int multimap_get_time(const multimap_t *map, const char *key, uint32_t index, int32_t *out)
 {
-    return read_time(
-        out, [=](int32_t *seconds) { return multimap_get_int32(map, key, index, seconds); });
+    return read_time(fetch(map, key, index), out);
 }
 
 int multimap_delete_fmt(multimap_t *map, const char *key, const char *format, ...)
 {
+    formatted_text text;
     va_list arguments;
     va_start(arguments, format);
-    const int result = write_formatted(multimap_delete, map, key, format, arguments);
+    const int result = text.render(map, key, format, arguments);
     va_end(arguments);
-    return result;
+    return result != 0 ? result : multimap_delete(map, key, text.data(), text.size());
 }
 
 int multimap_insert_fmt(multimap_t *map, const char *key, const char *format, ...)
 {
+    formatted_text text;
     va_list arguments;
     va_start(arguments, format);
-    const int result = write_formatted(multimap_insert, map, key, format, arguments);
+    const int result = text.render(map, key, format, arguments);
     va_end(arguments);
-    return result;
+    return result != 0 ? result : multimap_insert(map, key, text.data(), text.size());
 }
 
 int multimap_casefind_str(const multimap_t *map, const char *key, const char *text, uint32_t *index)
@@ -134,10 +152,10 @@ int multimap_casefind_str(const multimap_t *map, const char *key, const char *te
 int multimap_copy_str(const multimap_t *map, const char *key, uint32_t index, char *buffer,
                       uint32_t size)
 {
-    return read_text(buffer, size, fetch(map, key, index));
+    return read_text(fetch(map, key, index), buffer, size);
 }
 
 int multimap_dup_str(const multimap_t *map, const char *key, uint32_t index, char **out)
 {
-    return read_copy(out, fetch(map, key, index));
+    return read_copy(fetch(map, key, index), out);
 }

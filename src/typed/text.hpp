@@ -4,57 +4,56 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 namespace textmaps {
 
+// A value as its container gave it out, or the error of the look-up.
+struct stored {
+    int result;
+    const void *data;
+    std::uint32_t length;
+};
+
 // The value as text, up to its first NUL, cut to size - 1 characters. With size 0 nothing is
 // written.
-inline void copy_text(char *buffer, std::uint32_t size, const void *value, std::uint32_t length)
-{
-    if (size == 0) {
-        return;
-    }
-    const std::size_t text = strnlen(static_cast<const char *>(value), length);
-    const std::size_t copied = text < size ? text : size - 1;
-    std::memmove(buffer, value, copied);
-    buffer[copied] = '\0';
-}
+void copy_text(char *buffer, std::uint32_t size, const void *value, std::uint32_t length);
+
+// The same into a caller's buffer: 0, 22 if there is none, or the error of the look-up.
+int read_text(const stored &from, char *buffer, std::uint32_t size);
 
 // All bytes of the value in memory of their own, stored through `out` even when it is null (12).
-inline int duplicate(const void *value, std::uint32_t length, char **out)
-{
-    *out = static_cast<char *>(std::malloc(length));
-    if (*out == nullptr) {
-        return ENOMEM;
-    }
-    std::memcpy(*out, value, length);
-    return 0;
-}
+int read_copy(const stored &from, char **out);
 
-// Calls store(text, size) with the formatted text, its NUL counted. The text is complete before
-// anything is stored, so format and arguments may lie in the container.
-template <class Store>
-int with_formatted(const char *format, va_list arguments, Store store)
-{
-    va_list measured;
-    va_copy(measured, arguments);
-    const int length = std::vsnprintf(nullptr, 0, format, measured);
-    va_end(measured);
-    if (length < 0) {
-        return errno;
+// Formatted text in memory of its own. It is complete before anything is stored, so that format and
+// arguments may lie in the container.
+class formatted_text {
+  public:
+    formatted_text() = default;
+    formatted_text(const formatted_text &) = delete;
+    formatted_text &operator=(const formatted_text &) = delete;
+    ~formatted_text()
+    {
+        std::free(text_);
     }
-    const std::size_t size = static_cast<std::size_t>(length) + 1;
-    auto *text = static_cast<char *>(std::malloc(size));
-    if (text == nullptr) {
-        return ENOMEM;
+
+    // 0; 22 for a missing container, key or format; 12; the errno of the formatting.
+    int render(const void *container, const char *key, const char *format, va_list arguments);
+
+    const char *data() const
+    {
+        return text_;
     }
-    const int written = std::vsnprintf(text, size, format, arguments);
-    const int result = written < 0 ? errno : store(text, static_cast<std::uint32_t>(size));
-    std::free(text);
-    return result;
-}
+    // In bytes, the NUL counted.
+    std::uint32_t size() const
+    {
+        return size_;
+    }
+
+  private:
+    char *text_ = nullptr;
+    std::uint32_t size_ = 0;
+};
 
 } // namespace textmaps

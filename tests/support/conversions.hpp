@@ -12,4 +12,8 @@ std::uint32_t last_size();
 // How many there were so far.
 unsigned int count();
 
+// The next conversion succeeds, fills its buffer with '7', and ends the text nowhere, as one of a
+// platform's own library might.
+void leave_next_unended();
+
 } // namespace conversions

@@ -1,0 +1,239 @@
+#include "rows.hpp"
+
+namespace textmaps {
+
+namespace {
+
+// How a number row keeps and reads its numbers.
+struct number_form {
+    std::uint8_t bits;       // to which the argument is reduced
+    std::uint8_t range_bits; // of the numbers that are read
+    bool is_signed;
+    bool by_strtoull; // or else by strtoll
+};
+
+constexpr number_form forms[] = {
+    {64, 64, false, true},  // uint64
+    {64, 64, true, false},  // int64
+    {32, 32, false, true},  // uint32
+    {32, 32, true, false},  // int32
+    {16, 16, false, true},  // uint16
+    {16, 16, true, false},  // int16
+    {8, 8, false, true},    // uint8
+    {8, 8, true, false},    // int8
+    {8, 1, false, false},   // bool
+    {32, 32, false, false}, // uint
+    {32, 32, true, false},  // int
+    {8, 8, false, false},   // uchar
+    {8, 8, true, false},    // char
+};
+static_assert(sizeof forms / sizeof forms[0] == id_macaddr);
+static_assert(sizeof(int) == 4 && sizeof(bool) == 1);
+
+bool is_number(row_id id)
+{
+    return id < id_macaddr;
+}
+
+// The argument as the row keeps it, sign-extended where it is signed.
+std::uint64_t reduce(const number_form &form, word value)
+{
+    std::uint64_t number = value;
+    if (form.bits == 64) {
+        std::memcpy(&number, reinterpret_cast<const void *>(value), sizeof number);
+    }
+    const std::uint64_t low = ~std::uint64_t{0} >> (64 - form.bits);
+    const std::uint64_t sign = form.is_signed ? (low >> 1) + 1 : 0;
+    return ((number & low) ^ sign) - sign;
+}
+
+// Writes a number in front of `end`, and gives its first digit.
+char *put_digits(char *end, std::uint64_t number)
+{
+    for (; number > UINT32_MAX; number /= 10) {
+        *--end = static_cast<char>('0' + number % 10);
+    }
+    auto rest = static_cast<std::uint32_t>(number);
+    do {
+        *--end = static_cast<char>('0' + rest % 10);
+        rest /= 10;
+    } while (rest != 0);
+    return end;
+}
+
+// Decimal text of up to nine digits, as nearly every number is stored: what strtoll and strtoull
+// make of it, at a fraction of their cost. False for any other.
+bool parse_decimal(const char *text, std::uint32_t length, std::uint64_t &number)
+{
+    std::uint32_t at = length != 0 && text[0] == '-';
+    const std::uint32_t first = at;
+    std::uint32_t magnitude = 0;
+    for (; at < length && at - first < 10; ++at) {
+        const std::uint32_t digit = static_cast<unsigned char>(text[at]) - std::uint32_t{'0'};
+        if (digit > 9) {
+            break;
+        }
+        magnitude = magnitude * 10 + digit;
+    }
+    const std::uint32_t digits = at - first;
+    const bool octal = digits > 1 && text[first] == '0';
+    if (at == length || text[at] != '\0' || digits == 0 || digits > 9 || octal) {
+        return false;
+    }
+    number = first == 0 ? magnitude : std::uint64_t{0} - magnitude;
+    return true;
+}
+
+int read_number(const number_form &form, const stored &from, void *out)
+{
+    const auto *text = static_cast<const char *>(from.data);
+    std::uint64_t number;
+    if (!parse_decimal(text, from.length, number)) {
+        if (std::memchr(text, '\0', from.length) == nullptr) {
+            return ERANGE;
+        }
+        char *end;
+        number = form.by_strtoull ? std::strtoull(text, &end, 0)
+                                  : static_cast<std::uint64_t>(std::strtoll(text, &end, 0));
+        if (end == text || *end != '\0') {
+            return ERANGE;
+        }
+    }
+    const std::uint64_t range = ~std::uint64_t{0} >> (64 - form.range_bits);
+    const std::uint64_t min = form.is_signed ? ~(range >> 1) : 0;
+    if (number - min > range) {
+        return ERANGE;
+    }
+    switch (form.bits) {
+    case 64: std::memcpy(out, &number, sizeof number); break;
+    case 32: {
+        const auto kept = static_cast<std::uint32_t>(number);
+        std::memcpy(out, &kept, sizeof kept);
+        break;
+    }
+    case 16: {
+        const auto kept = static_cast<std::uint16_t>(number);
+        std::memcpy(out, &kept, sizeof kept);
+        break;
+    }
+    default: *static_cast<unsigned char *>(out) = static_cast<unsigned char>(number);
+    }
+    return 0;
+}
+
+// The sizes in bytes of the scratch that conversions are given.
+constexpr std::uint32_t macaddr_scratch = 18;
+constexpr std::uint32_t ipaddr_scratch = 46;
+constexpr std::uint32_t cidr_scratch = 92;
+
+std::uint32_t scratch_of(row_id id)
+{
+    return id == id_macaddr ? macaddr_scratch : id == id_ipaddr ? ipaddr_scratch : cidr_scratch;
+}
+
+int address_to_str(row_id id, word record, char *text)
+{
+    switch (id) {
+    case id_macaddr:
+        return ak_macaddr_to_str(reinterpret_cast<const macaddr_t *>(record), text,
+                                 macaddr_scratch);
+    case id_ipaddr:
+        return ak_ipaddr_to_str(reinterpret_cast<const ipaddr_t *>(record), text, ipaddr_scratch);
+    default: return ak_cidr_to_str(reinterpret_cast<const cidr_t *>(record), text, cidr_scratch);
+    }
+}
+
+int address_from_str(row_id id, const char *text, void *out)
+{
+    switch (id) {
+    case id_macaddr: return ak_macaddr_from_str(text, static_cast<macaddr_t *>(out));
+    case id_ipaddr: return ak_ipaddr_from_str(text, static_cast<ipaddr_t *>(out));
+    default: return ak_cidr_from_str(text, static_cast<cidr_t *>(out));
+    }
+}
+
+} // namespace
+
+void value_text::put_number(row_id id, word value)
+{
+    const number_form &form = forms[id];
+    const std::uint64_t number = reduce(form, value);
+    const bool negative = form.is_signed && number > UINT64_MAX / 2;
+    char *const end = scratch_ + room - 1;
+    char *text = put_digits(end, negative ? std::uint64_t{0} - number : number);
+    if (negative) {
+        *--text = '-';
+    }
+    // Of a bool, its first digit.
+    char *const cut = form.range_bits == 1 ? text + 1 : end;
+    *cut = '\0';
+    text_ = text;
+    size_ = static_cast<std::uint32_t>(cut - text + 1);
+}
+
+int value_text::render(row_id id, const void *container, const char *key, word value)
+{
+    if (container == nullptr || key == nullptr || (value == 0 && !is_number(id))) {
+        return EINVAL;
+    }
+    if (is_number(id)) {
+        put_number(id, value);
+        return 0;
+    }
+    text_ = scratch_;
+    if (id == id_str) {
+        text_ = reinterpret_cast<const char *>(value);
+    } else if (const int result = address_to_str(id, value, scratch_)) {
+        return result;
+    }
+    const std::size_t size = std::strlen(text_) + 1;
+    size_ = static_cast<std::uint32_t>(size);
+    return size_ == size ? 0 : ENOMEM;
+}
+
+void value_text::render_any(row_id id, word value)
+{
+    if (is_number(id)) {
+        put_number(id, value);
+        return;
+    }
+    // What a conversion that writes nothing leaves.
+    std::memset(scratch_, 0, sizeof scratch_);
+    if (id == id_macaddr) {
+        scratch_[0] = '0';
+    }
+    if (value != 0) {
+        address_to_str(id, value, scratch_);
+        scratch_[scratch_of(id) - 1] = '\0';
+    }
+    text_ = scratch_;
+    size_ = static_cast<std::uint32_t>(std::strlen(scratch_) + 1);
+}
+
+int read(row_id id, const stored &from, void *out)
+{
+    if (out == nullptr) {
+        return EINVAL;
+    }
+    if (from.result != 0) {
+        return from.result;
+    }
+    if (is_number(id)) {
+        return read_number(forms[id], from, out);
+    }
+    char text[cidr_scratch];
+    copy_text(text, scratch_of(id), from.data, from.length);
+    return address_from_str(id, text, out);
+}
+
+int read_time(const stored &from, std::int32_t *out)
+{
+    std::int32_t seconds = 0;
+    const int result = read(id_int32, from, &seconds);
+    if (out != nullptr) {
+        *out = seconds;
+    }
+    return result;
+}
+
+} // namespace textmaps
