@@ -41,8 +41,8 @@ static_assert(offsetof(map_sort_item_t, key) == 0);
 static_assert(offsetof(map_sort_item_t, index) == word);
 static_assert(sizeof(map_sort_item_t) == 2 * word);
 
-constexpr layout map_layout{offsetof(map_t, numkeys), offsetof(map_t, casekeys),
-                            offsetof(map_entry_t, key)};
+constexpr layout map_layout =
+    make_layout(offsetof(map_t, numkeys), offsetof(map_t, casekeys), offsetof(map_entry_t, key));
 
 table table_of(const map_t *map)
 {
@@ -65,14 +65,14 @@ bool unusable(const map_t *map, const char *key)
 }
 
 // Header, value and key in one block, linked nowhere; null when there is no memory.
-map_entry_t *make_entry(const hashed_key &key, const void *value, uint32_t length)
+map_entry_t *make_entry(const place &at, const void *value, uint32_t length)
 {
-    auto *entry = static_cast<map_entry_t *>(allocate_node(sizeof(map_entry_t), length, key.size));
+    auto *entry = static_cast<map_entry_t *>(allocate_node(sizeof(map_entry_t), length, at.size));
     if (entry != nullptr) {
         auto *bytes = reinterpret_cast<char *>(entry + 1);
         entry->value = std::memcpy(bytes, value, length);
         entry->valuesz = length;
-        entry->key = static_cast<char *>(std::memcpy(bytes + length, key.text, key.size));
+        entry->key = static_cast<char *>(std::memcpy(bytes + length, at.key, at.size));
     }
     return entry;
 }
@@ -92,7 +92,7 @@ int put_at(map_t *map, const place &at, const void *value, uint32_t length, if_p
     if (at.node == nullptr && at_key_limit(table_of(map))) {
         return refused;
     }
-    map_entry_t *entry = make_entry(at.key, value, length);
+    map_entry_t *entry = make_entry(at, value, length);
     if (entry == nullptr) {
         return ENOMEM;
     }
@@ -173,7 +173,7 @@ using namespace textmaps;
 map_bucket_t *_map_hashlist(const map_t *map, const char *key)
 {
     return reinterpret_cast<map_bucket_t *>(
-        &table_of(map).bucket(hash_key(table_of(map), key).hash));
+        &table_of(map).bucket(measure(table_of(map), key).hash));
 }
 
 int _map_keycmp(const map_t *map, const char *key, const char *stored_key)

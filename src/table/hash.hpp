@@ -3,12 +3,89 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace textmaps {
 
-// A key that an operation is about, hashed and measured once.
-struct hashed_key {
-    const char *text;
+constexpr std::uint32_t fold(char c)
+{
+    const std::uint32_t byte = static_cast<unsigned char>(c);
+    const std::uint32_t upper = byte - 'a' < 26 ? byte - 'a' + 'A' : byte;
+    return (upper ^ 0x80) - 0x80;
+}
+
+#if __SIZEOF_POINTER__ == 8 && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+
+// Eight bytes at a time, the first in the lowest lane. Never a byte is read that is not the key's.
+
+constexpr std::uint64_t in_every_lane(std::uint64_t byte)
+{
+    return byte * 0x0101010101010101;
+}
+
+constexpr std::uint64_t to_upper(std::uint64_t bytes)
+{
+    const std::uint64_t low = bytes & in_every_lane(0x7F);
+    const std::uint64_t from_a = low + in_every_lane(0x80 - 'a');
+    const std::uint64_t past_z = low + in_every_lane(0x7F - 'z');
+    const std::uint64_t lower = (from_a ^ past_z) & ~bytes & in_every_lane(0x80);
+    return bytes - (lower >> 2);
+}
+
+constexpr std::uint32_t power31(int exponent)
+{
+    return exponent == 0 ? 1 : 31 * power31(exponent - 1);
+}
+
+// byte 0 * 31^7 + byte 1 * 31^6 + ... + byte 7. The lanes become pairs, which take 13 bits; then each
+// product has one term of its sum in the upper half, and less than 2^32 below it.
+constexpr std::uint32_t polynomial(std::uint64_t bytes)
+{
+    const std::uint64_t even = bytes & 0x00FF00FF00FF00FF;
+    const std::uint64_t odd = bytes >> 8 & 0x00FF00FF00FF00FF;
+    const std::uint64_t pairs = even * 31 + odd;
+    constexpr std::uint64_t first = std::uint64_t{power31(6)} << 32 | power31(2);
+    constexpr std::uint64_t second = std::uint64_t{power31(4)} << 32 | 1;
+    const std::uint64_t sum =
+        (pairs & 0x0000FFFF0000FFFF) * first + (pairs >> 16 & 0x0000FFFF0000FFFF) * second;
+    return static_cast<std::uint32_t>(sum >> 32);
+}
+
+inline std::uint32_t hash_word(std::uint64_t bytes)
+{
+    const std::uint32_t hash = polynomial(to_upper(bytes));
+    const std::uint64_t negative = bytes & in_every_lane(0x80);
+    return __builtin_expect(negative == 0, 1) ? hash : hash - (polynomial(negative >> 7) << 8);
+}
+
+inline std::uint64_t load(const char *from)
+{
+    std::uint64_t word;
+    std::memcpy(&word, from, sizeof word);
+    return word;
+}
+
+// Eight bytes or more. What is left behind whole words lies in a word that overlaps them, whose
+// bytes of before are taken out: no loop over bytes, whose end the processor could not foresee.
+inline std::uint32_t hash_words(const char *key, std::size_t length)
+{
+    constexpr std::uint32_t powers[] = {1,          power31(1), power31(2), power31(3),
+                                        power31(4), power31(5), power31(6), power31(7)};
+    const char *const end = key + length;
+    const char *at = key + 8;
+    std::uint32_t hash = hash_word(load(key));
+    for (; end - at >= 8; at += 8) {
+        hash = hash * power31(8) + hash_word(load(at));
+    }
+    const auto left = static_cast<std::size_t>(end - at);
+    const std::uint64_t mask = left == 0 ? 0 : ~std::uint64_t{0} << (64 - 8 * left);
+    return hash * powers[left] + hash_word(load(end - 8) & mask);
+}
+
+#endif
+
+// Of a key, in one pass.
+struct measured {
     std::size_t size; // in bytes, with the NUL
     std::uint32_t hash;
 };
@@ -17,6 +94,20 @@ struct hashed_key {
 // counts as itself minus 256, whether plain char is signed or not: the POSIX locale's table,
 // sign-extended. It folds case always, whatever `casekeys` says, and the same in every locale: in the
 // POSIX locale, all spellings of a key share a bucket.
-hashed_key builtin_hash(const char *key);
+inline measured builtin_hash(const char *key)
+{
+#if __SIZEOF_POINTER__ == 8 && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    const std::size_t length = std::strlen(key);
+    if (length >= 8) {
+        return {length + 1, hash_words(key, length)};
+    }
+#endif
+    const char *end = key;
+    std::uint32_t hash = 0;
+    for (; *end != '\0'; ++end) {
+        hash = (hash << 5) + (fold(*end) - hash);
+    }
+    return {static_cast<std::size_t>(end - key) + 1, hash};
+}
 
 } // namespace textmaps

@@ -14,35 +14,36 @@ bool uses_builtin_hash(table in)
     return in.set().hashfunc == nullptr;
 }
 
-links *find_in(table in, const links &bucket, const hashed_key &key)
+links *find_in(table in, const links &bucket, const char *key, std::uint32_t hash)
 {
     // Only where the C library does not decide which letters are equal: it may know more of them
     // than the hash.
     const bool by_hash = keeps_hashes && in.set().casekeys == 0 && uses_builtin_hash(in);
     for (links *node = bucket.next; node != nullptr; node = node->next) {
-        if (by_hash && in.hash(*node) != key.hash) {
+        if (by_hash && in.hash(*node) != hash) {
             continue;
         }
-        if (keycmp(in, key.text, in.key(*node)) == 0) {
+        if (keycmp(in, key, in.key(*node)) == 0) {
             return node;
         }
     }
     return nullptr;
 }
 
-place locate(table in, const hashed_key &key)
+place locate(table in, const char *key, const measured &of)
 {
-    links &bucket = in.bucket(key.hash);
-    return {&bucket, find_in(in, bucket, key), key};
+    links &bucket = in.bucket(of.hash);
+    return {&bucket, find_in(in, bucket, key, of.hash), key, of.size, of.hash};
 }
 
-hashed_key key_of(table from, const links &node, table to)
+// Of the key of a node of `from`, as it is in `to`.
+measured measure_key_of(table from, const links &node, table to)
 {
     const char *key = from.key(node);
     if (keeps_hashes && uses_builtin_hash(from) && uses_builtin_hash(to)) {
-        return {key, std::strlen(key) + 1, from.hash(node)};
+        return {std::strlen(key) + 1, from.hash(node)};
     }
-    return hash_key(to, key);
+    return measure(to, key);
 }
 
 links *allocate_buckets(std::uint32_t count)
@@ -69,7 +70,7 @@ void gather(table in, links &queue)
 void put_back(table in, links &queue)
 {
     while (links *node = chain_take_first(queue)) {
-        const std::uint32_t hash = hash_key(in, in.key(*node)).hash;
+        const std::uint32_t hash = measure(in, in.key(*node)).hash;
         in.keep_hash(*node, hash);
         chain_append(in.bucket(hash), *node);
     }
@@ -77,12 +78,12 @@ void put_back(table in, links &queue)
 
 } // namespace
 
-hashed_key hash_key(table in, const char *key)
+measured measure(table in, const char *key)
 {
     if (uses_builtin_hash(in)) {
         return builtin_hash(key);
     }
-    return {key, std::strlen(key) + 1, in.set().hashfunc(in.record(), key)};
+    return {std::strlen(key) + 1, in.set().hashfunc(in.record(), key)};
 }
 
 int keycmp(table in, const char *key, const char *stored)
@@ -92,8 +93,8 @@ int keycmp(table in, const char *key, const char *stored)
 
 links *find(table in, const char *key)
 {
-    const hashed_key hashed = hash_key(in, key);
-    return find_in(in, in.bucket(hashed.hash), hashed);
+    const std::uint32_t hash = measure(in, key).hash;
+    return find_in(in, in.bucket(hash), key, hash);
 }
 
 links *lookup(table in, const char *key)
@@ -103,12 +104,12 @@ links *lookup(table in, const char *key)
 
 place locate(table in, const char *key)
 {
-    return locate(in, hash_key(in, key));
+    return locate(in, key, measure(in, key));
 }
 
 place locate_key_of(table from, const links &node, table to)
 {
-    return locate(to, key_of(from, node, to));
+    return locate(to, from.key(node), measure_key_of(from, node, to));
 }
 
 links *lookup_key_of(table from, const links &node, table to)
@@ -122,13 +123,13 @@ place locate_copy_of(table from, const links &node, table to)
     if (from.set().casekeys != 0 || to.set().casekeys != 0) {
         return locate_key_of(from, node, to);
     }
-    const hashed_key key = key_of(from, node, to);
-    return {&to.bucket(key.hash), nullptr, key};
+    const measured of = measure_key_of(from, node, to);
+    return {&to.bucket(of.hash), nullptr, from.key(node), of.size, of.hash};
 }
 
 void link_node(table in, const place &at, links &node)
 {
-    in.keep_hash(node, at.key.hash);
+    in.keep_hash(node, at.hash);
     chain_append(*at.bucket, node);
     ++in.numkeys();
 }

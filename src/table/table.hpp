@@ -28,12 +28,14 @@ using count_field [[gnu::may_alias]] = std::int32_t;
 using text_field [[gnu::may_alias]] = const char *;
 using hash_field [[gnu::may_alias]] = std::uint32_t;
 
-// Where a family has them, as offsets in bytes. A limit of the keys comes first in each record.
-struct layout {
-    std::uint8_t numkeys;
-    std::uint8_t settings;
-    std::uint8_t key; // in its nodes
-};
+// Where a family has them: offsets in bytes of the count of keys, of the settings, and of the key in
+// its nodes. In one word, since compilers pass a record of bytes through memory.
+enum class layout : std::uint32_t {};
+
+constexpr layout make_layout(std::size_t numkeys, std::size_t set, std::size_t key)
+{
+    return layout(numkeys | set << 8 | key << 16);
+}
 
 // On 64-bit targets each node keeps its key's hash where there would be padding.
 constexpr bool keeps_hashes = sizeof(void *) == 8;
@@ -57,15 +59,15 @@ class table {
     }
     count_field &numkeys() const
     {
-        return *reinterpret_cast<count_field *>(record_ + at_.numkeys);
+        return *reinterpret_cast<count_field *>(record_ + (offsets() & 0xFF));
     }
     settings &set() const
     {
-        return *reinterpret_cast<settings *>(record_ + at_.settings);
+        return *reinterpret_cast<settings *>(record_ + (offsets() >> 8 & 0xFF));
     }
     const char *key(const links &node) const
     {
-        return *reinterpret_cast<const text_field *>(bytes_of(node) + at_.key);
+        return *reinterpret_cast<const text_field *>(bytes_of(node) + (offsets() >> 16));
     }
     std::uint32_t hash(const links &node) const
     {
@@ -83,6 +85,10 @@ class table {
     }
 
   private:
+    std::uint32_t offsets() const
+    {
+        return static_cast<std::uint32_t>(at_);
+    }
     static const char *bytes_of(const links &node)
     {
         return reinterpret_cast<const char *>(&node);
@@ -102,7 +108,7 @@ inline bool isempty(table in)
     return in.record() == nullptr || in.numkeys() == 0;
 }
 
-hashed_key hash_key(table in, const char *key);
+measured measure(table in, const char *key);
 
 // 0 when the keys are equal under the table's comparison.
 int keycmp(table in, const char *key, const char *stored);
@@ -117,7 +123,9 @@ links *lookup(table in, const char *key);
 struct place {
     links *bucket;
     links *node;
-    hashed_key key;
+    const char *key;
+    std::size_t size; // of the key in bytes, with its NUL
+    std::uint32_t hash;
 };
 
 place locate(table in, const char *key);

@@ -19,11 +19,11 @@ value_node *as_value(links *node)
 }
 
 // Header and text in one block, without values and linked nowhere; null when there is no memory.
-key_node *make_key(const hashed_key &key)
+key_node *make_key(const place &at)
 {
-    auto *node = static_cast<key_node *>(allocate_node(sizeof(key_node), key.size, 0));
+    auto *node = static_cast<key_node *>(allocate_node(sizeof(key_node), at.size, 0));
     if (node != nullptr) {
-        node->key = static_cast<char *>(std::memcpy(node + 1, key.text, key.size));
+        node->key = static_cast<char *>(std::memcpy(node + 1, at.key, at.size));
         node->count = 0;
         chain_init(node->values);
     }
@@ -56,7 +56,7 @@ int add_key(lists *in, place &at)
     if (at_key_limit(table_of(in))) {
         return refused;
     }
-    key_node *node = make_key(at.key);
+    key_node *node = make_key(at);
     if (node == nullptr) {
         return ENOMEM;
     }

@@ -37,7 +37,7 @@ struct [[gnu::may_alias]] key_node {
     links values;
 };
 
-constexpr layout lists_layout{8, 16, 2 * sizeof(void *)};
+constexpr layout lists_layout = make_layout(8, 16, 2 * sizeof(void *));
 
 inline table table_of(const lists *in)
 {
