@@ -91,9 +91,10 @@ void renumber(const key_node &key)
     }
 }
 
-constexpr rendering as_dump{
-    [](table in, print_fn print, void *context) { print_header("arraymap", in, print, context); },
-    print_values};
+void print_header(table in, print_fn print, void *context)
+{
+    print_header("arraymap", in, print, context);
+}
 
 } // namespace
 } // namespace textmaps
@@ -317,12 +318,12 @@ void arraymap_print(const arraymap_t *map, arraymap_print_fn fn, void *context)
 
 void arraymap_dump(const arraymap_t *map, FILE *stream)
 {
-    dump(table_of(as_lists(map)), as_dump, stream);
+    dump(table_of(as_lists(map)), {print_header, print_values}, stream);
 }
 
 uint32_t arraymap_sndump(const arraymap_t *map, char *buffer, uint32_t size)
 {
-    return sndump(table_of(as_lists(map)), as_dump, buffer, size);
+    return sndump(table_of(as_lists(map)), {print_header, print_values}, buffer, size);
 }
 
 int arraymap_sethashsize(arraymap_t *map, uint32_t size)

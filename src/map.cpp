@@ -150,15 +150,15 @@ void print_line(const char *line, const char *key, const links &node, print_fn p
     print(context, line, key, precision(entry->valuesz), static_cast<const char *>(entry->value));
 }
 
-constexpr auto print_entry = [](const char *key, const links &node, print_fn print, void *context) {
+void print_entry(const char *key, const links &node, print_fn print, void *context)
+{
     print_line("%s=%.*s\n", key, node, print, context);
-};
+}
 
-constexpr auto dump_entry = [](const char *key, const links &node, print_fn print, void *context) {
+void dump_entry(const char *key, const links &node, print_fn print, void *context)
+{
     print_line(" %s=%.*s\n", key, node, print, context);
-};
-
-constexpr rendering as_dump{print_header, dump_entry};
+}
 
 bool started(const map_iter_t *iter)
 {
@@ -354,7 +354,7 @@ int map_print_sorted(const map_t *map, map_print_sorted_fn fn, FILE *stream)
 
 void map_dump(const map_t *map, FILE *stream)
 {
-    dump(table_of(map), as_dump, stream);
+    dump(table_of(map), {print_header, dump_entry}, stream);
 }
 
 void map_raw_dump(const map_t *map, FILE *stream)
@@ -374,7 +374,7 @@ void map_raw_dump(const map_t *map, FILE *stream)
 
 uint32_t map_sndump(const map_t *map, char *buffer, uint32_t size)
 {
-    return sndump(table_of(map), as_dump, buffer, size);
+    return sndump(table_of(map), {print_header, dump_entry}, buffer, size);
 }
 
 int map_sethashsize(map_t *map, uint32_t size)

@@ -84,9 +84,10 @@ int drop(multimap_t *map, const char *key, Pick pick)
     return 0;
 }
 
-constexpr rendering as_dump{
-    [](table in, print_fn print, void *context) { print_header("multimap", in, print, context); },
-    print_values};
+void print_header(table in, print_fn print, void *context)
+{
+    print_header("multimap", in, print, context);
+}
 
 } // namespace
 } // namespace textmaps
@@ -265,12 +266,12 @@ void multimap_print(const multimap_t *map, multimap_print_fn fn, void *context)
 
 void multimap_dump(const multimap_t *map, FILE *stream)
 {
-    dump(table_of(as_lists(map)), as_dump, stream);
+    dump(table_of(as_lists(map)), {print_header, print_values}, stream);
 }
 
 uint32_t multimap_sndump(const multimap_t *map, char *buffer, uint32_t size)
 {
-    return sndump(table_of(as_lists(map)), as_dump, buffer, size);
+    return sndump(table_of(as_lists(map)), {print_header, print_values}, buffer, size);
 }
 
 int multimap_sethashsize(multimap_t *map, uint32_t size)

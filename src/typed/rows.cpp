@@ -47,16 +47,45 @@ std::uint64_t reduce(const number_form &form, word value)
     return ((number & low) ^ sign) - sign;
 }
 
+// n / 10: a multiplication, also where a compiler that is to save space would call its division.
+constexpr std::uint32_t tenth(std::uint32_t n)
+{
+    return static_cast<std::uint32_t>(std::uint64_t{n} * 0xCCCCCCCD >> 35);
+}
+
+// Takes the last decimal digit off a number. 32-bit targets divide by steps of 16 bits: the
+// compiler's 64-bit division is a kilobyte of code.
+std::uint32_t take_digit(std::uint64_t &number)
+{
+    if constexpr (sizeof(word) == 8) {
+        const auto digit = static_cast<std::uint32_t>(number % 10);
+        number /= 10;
+        return digit;
+    }
+    std::uint64_t quotient = 0;
+    std::uint32_t rest = 0;
+    for (unsigned int shift = 64; shift != 0;) {
+        shift -= 16;
+        const std::uint32_t part =
+            rest << 16 | (static_cast<std::uint32_t>(number >> shift) & 0xFFFF);
+        quotient = quotient << 16 | tenth(part);
+        rest = part - tenth(part) * 10;
+    }
+    number = quotient;
+    return rest;
+}
+
 // Writes a number in front of `end`, and gives its first digit.
 char *put_digits(char *end, std::uint64_t number)
 {
-    for (; number > UINT32_MAX; number /= 10) {
-        *--end = static_cast<char>('0' + number % 10);
+    while (number > UINT32_MAX) {
+        *--end = static_cast<char>('0' + take_digit(number));
     }
     auto rest = static_cast<std::uint32_t>(number);
     do {
-        *--end = static_cast<char>('0' + rest % 10);
-        rest /= 10;
+        const std::uint32_t left = tenth(rest);
+        *--end = static_cast<char>('0' + (rest - left * 10));
+        rest = left;
     } while (rest != 0);
     return end;
 }
