@@ -8,7 +8,10 @@ if(TEXTMAPS_PLATFORM_ADDRKIT)
   find_package(addrkit MODULE REQUIRED)
   list(POP_FRONT CMAKE_MODULE_PATH)
   add_library(textmaps_addrkit INTERFACE)
-  target_link_libraries(textmaps_addrkit INTERFACE addrkit::addrkit)
+  # A project around this one does not see the target that was found here.
+  target_include_directories(textmaps_addrkit INTERFACE $<BUILD_INTERFACE:${ADDRKIT_INCLUDE_DIR}>)
+  target_link_libraries(textmaps_addrkit INTERFACE
+    $<BUILD_INTERFACE:${ADDRKIT_LIBRARY}> $<INSTALL_INTERFACE:addrkit::addrkit>)
 else()
   add_library(textmaps_addrkit STATIC addrkit/addrkit.c)
   textmaps_library_code(textmaps_addrkit)

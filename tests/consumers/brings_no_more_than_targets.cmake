@@ -5,7 +5,9 @@ include(${SAMPLES}/${FIND}.cmake)
 get_cmake_property(cached CACHE_VARIABLES)
 
 list(REMOVE_ITEM cached ${cached_before})
-list(FILTER cached EXCLUDE REGEX "^(_GNUInstallDirs|TEXTMAPS|textmaps|CMAKE|FETCHCONTENT)_")
+# Its own options, and what CMake keeps there for itself.
+list(FILTER cached EXCLUDE REGEX "^(TEXTMAPS|textmaps|ADDRKIT)_")
+list(FILTER cached EXCLUDE REGEX "^(CMAKE|_GNUInstallDirs|FETCHCONTENT|FIND_PACKAGE_MESSAGE)_")
 if(cached)
   message(SEND_ERROR "settings of the subproject's: ${cached}")
 endif()
