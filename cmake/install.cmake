@@ -2,8 +2,7 @@
 # textmaps_development what they need to be built.
 include(CMakePackageConfigHelpers)
 
-set(libraries textmaps textmaps_static textmaps_addrkit)
-install(TARGETS ${libraries} EXPORT textmaps-targets
+install(TARGETS textmaps textmaps_static textmaps_static_as_c textmaps_addrkit EXPORT textmaps-targets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     COMPONENT textmaps_runtime NAMELINK_COMPONENT textmaps_development
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT textmaps_development)
