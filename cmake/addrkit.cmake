@@ -4,13 +4,14 @@
 # that a program which calls it links -ltextmaps -laddrkit, as it would on a platform with its own. It
 # is in C, so that C programs are linked as C.
 if(TEXTMAPS_PLATFORM_ADDRKIT)
-  find_path(ADDRKIT_INCLUDE_DIR addrkit.h REQUIRED
-            DOC "Directory of the platform's addrkit.h")
-  find_library(ADDRKIT_LIBRARY addrkit REQUIRED
-               DOC "The platform's libaddrkit")
+  list(PREPEND CMAKE_MODULE_PATH ${CMAKE_CURRENT_LIST_DIR})
+  find_package(addrkit MODULE REQUIRED)
+  list(POP_FRONT CMAKE_MODULE_PATH)
   add_library(textmaps_addrkit INTERFACE)
-  target_include_directories(textmaps_addrkit INTERFACE ${ADDRKIT_INCLUDE_DIR})
-  target_link_libraries(textmaps_addrkit INTERFACE ${ADDRKIT_LIBRARY})
+  # A project around this one does not see the target that was found here.
+  target_include_directories(textmaps_addrkit INTERFACE $<BUILD_INTERFACE:${ADDRKIT_INCLUDE_DIR}>)
+  target_link_libraries(textmaps_addrkit INTERFACE
+    $<BUILD_INTERFACE:${ADDRKIT_LIBRARY}> $<INSTALL_INTERFACE:addrkit::addrkit>)
 else()
   add_library(textmaps_addrkit STATIC addrkit/addrkit.c)
   textmaps_library_code(textmaps_addrkit)
@@ -18,6 +19,5 @@ else()
   target_include_directories(textmaps_addrkit PUBLIC
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/addrkit>
     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
-  install(TARGETS textmaps_addrkit ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
-  install(FILES addrkit/addrkit.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 endif()
+set_target_properties(textmaps_addrkit PROPERTIES EXPORT_NAME addrkit)

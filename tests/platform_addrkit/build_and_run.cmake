@@ -24,7 +24,7 @@ run(${CMAKE_COMMAND} --build ${SCRATCH}/build)
 run(${CMAKE_COMMAND} --install ${SCRATCH}/build)
 
 file(GLOB_RECURSE of_the_stand_in ${SCRATCH}/build/*addrkit*.o ${SCRATCH}/build/*addrkit*.a
-     ${SCRATCH}/installed/*addrkit*)
+     ${SCRATCH}/installed/*addrkit.[ah]*)
 if(of_the_stand_in)
   message(FATAL_ERROR "of the stand-in: ${of_the_stand_in}")
 endif()
