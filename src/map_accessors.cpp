@@ -250,15 +250,15 @@ int map_array_get_key(const map_t *map, const char *name, int index, char *buffe
 
 int map_array_append(map_t *map, const char *name, char *buffer, uint32_t size)
 {
-    if (cannot_hold(buffer, size)) {
+    if (name == nullptr || cannot_hold(buffer, size)) {
         return EINVAL;
     }
+    array_key key(name);
     int count = 0;
-    const int read = map_array_get_max(map, name, &count);
+    const int read = map_get_int(map, key.count(), &count);
     if (read != 0) {
         return read;
     }
-    array_key key(name);
     copy_text(buffer, size, key.count(), 3);
     const int to_come = static_cast<int>(static_cast<unsigned int>(count) + 1);
     const int stored = map_replace_int(map, key.count_to_come(), to_come);
@@ -270,27 +270,33 @@ int map_array_append(map_t *map, const char *name, char *buffer, uint32_t size)
 
 int map_array_pop(map_t *map, const char *name)
 {
+    if (name == nullptr) {
+        return EINVAL;
+    }
+    array_key key(name);
     int count = 0;
-    const int read = map_array_get_max(map, name, &count);
+    const int read = map_get_int(map, key.count(), &count);
     if (read != 0) {
         return read;
     }
     if (count < 1) {
         return EINVAL;
     }
-    array_key key(name);
     map_erase(map, key.element(count - 1));
     return map_replace_int(map, key.count(), count - 1);
 }
 
 int map_array_clear(map_t *map, const char *name)
 {
+    if (name == nullptr) {
+        return EINVAL;
+    }
+    array_key key(name);
     int count = 0;
-    const int read = map_array_get_max(map, name, &count);
+    const int read = map_get_int(map, key.count(), &count);
     if (read != 0) {
         return read;
     }
-    array_key key(name);
     for (int index = 0; index < count; ++index) {
         map_erase(map, key.element(index));
     }
