@@ -103,8 +103,7 @@ using namespace textmaps;
 
 map_bucket_t *_arraymap_hashlist(const arraymap_t *map, const char *key)
 {
-    const table in = table_of(as_lists(map));
-    return reinterpret_cast<map_bucket_t *>(&in.bucket(measure(in, key).hash));
+    return hashlist(table_of(as_lists(map)), key);
 }
 
 int _arraymap_keycmp(const arraymap_t *map, const char *a, const char *b)

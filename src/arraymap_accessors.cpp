@@ -47,16 +47,16 @@ int get(const arraymap_t *map, const char *key, uint32_t position, void *out, ro
 #define ARRAYMAP_WRITERS(type)                                                                     \
     int arraymap_insert_##type(arraymap_t *map, const char *key, row_##type::argument value)       \
     {                                                                                              \
-        return insert(map, key, word_of(value), row_##type::id);                                   \
+        return insert(map, key, word_of(value), id_##type);                                        \
     }                                                                                              \
     int arraymap_replace_##type(arraymap_t *map, const char *key, uint32_t index,                  \
                                 row_##type::argument value)                                        \
     {                                                                                              \
-        return replace(map, key, index, word_of(value), row_##type::id);                           \
+        return replace(map, key, index, word_of(value), id_##type);                                \
     }                                                                                              \
     int arraymap_delete_##type(arraymap_t *map, const char *key, row_##type::argument value)       \
     {                                                                                              \
-        return erase(map, key, word_of(value), row_##type::id);                                    \
+        return erase(map, key, word_of(value), id_##type);                                         \
     }
 
 #define ARRAYMAP_ROW(type)                                                                         \
@@ -64,7 +64,7 @@ int get(const arraymap_t *map, const char *key, uint32_t position, void *out, ro
     int arraymap_get_##type(const arraymap_t *map, const char *key, uint32_t position,             \
                             row_##type::output *out)                                               \
     {                                                                                              \
-        return get(map, key, position, out, row_##type::id);                                       \
+        return get(map, key, position, out, id_##type);                                            \
     }
 
 ARRAYMAP_ROW(uint64)

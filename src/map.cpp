@@ -82,6 +82,12 @@ void release(table, links &node)
     std::free(&node);
 }
 
+// Of entries whose keys become equal, the value of the first one stays.
+void absorb(table in, links &, links &node)
+{
+    release(in, node);
+}
+
 enum class if_present { refuse, skip, replace };
 
 int put_at(map_t *map, const place &at, const void *value, uint32_t length, if_present present)
@@ -172,8 +178,7 @@ using namespace textmaps;
 
 map_bucket_t *_map_hashlist(const map_t *map, const char *key)
 {
-    return reinterpret_cast<map_bucket_t *>(
-        &table_of(map).bucket(measure(table_of(map), key).hash));
+    return hashlist(table_of(map), key);
 }
 
 int _map_keycmp(const map_t *map, const char *key, const char *stored_key)
@@ -389,7 +394,7 @@ int map_sethashfunc(map_t *map, map_hash_fn fn)
 
 int map_setcasekeys(map_t *map, uint32_t flag)
 {
-    return setcasekeys(table_of(map), flag, [](table, links &, links &node) { std::free(&node); });
+    return setcasekeys(table_of(map), flag, absorb);
 }
 
 int map_setmaxkeys(map_t *map, int32_t limit)

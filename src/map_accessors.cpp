@@ -58,22 +58,22 @@ int get(const map_t *map, const char *key, void *out, row_id id)
 #define MAP_WRITERS(type)                                                                          \
     int map_replace_##type(map_t *map, const char *key, row_##type::argument value)                \
     {                                                                                              \
-        return replace(map, key, word_of(value), row_##type::id);                                  \
+        return replace(map, key, word_of(value), id_##type);                                       \
     }                                                                                              \
     int map_insert_##type(map_t *map, const char *key, row_##type::argument value)                 \
     {                                                                                              \
-        return insert(map, key, word_of(value), row_##type::id);                                   \
+        return insert(map, key, word_of(value), id_##type);                                        \
     }
 
 #define MAP_ROW(type, compare)                                                                     \
     MAP_WRITERS(type)                                                                              \
     int map_cmp_##type(const map_t *map, const char *key, row_##type::argument value)              \
     {                                                                                              \
-        return compare(map, key, word_of(value), row_##type::id);                                  \
+        return compare(map, key, word_of(value), id_##type);                                       \
     }                                                                                              \
     int map_get_##type(const map_t *map, const char *key, row_##type::output *out)                 \
     {                                                                                              \
-        return get(map, key, out, row_##type::id);                                                 \
+        return get(map, key, out, id_##type);                                                      \
     }
 
 MAP_ROW(uint64, cmp)

@@ -50,15 +50,15 @@ int get(const multimap_t *map, const char *key, uint32_t index, void *out, row_i
     int multimap_find_##type(const multimap_t *map, const char *key, row_##type::argument value,   \
                              uint32_t *index)                                                      \
     {                                                                                              \
-        return find(map, key, word_of(value), index, row_##type::id);                              \
+        return find(map, key, word_of(value), index, id_##type);                                   \
     }                                                                                              \
     int multimap_delete_##type(multimap_t *map, const char *key, row_##type::argument value)       \
     {                                                                                              \
-        return erase(map, key, word_of(value), row_##type::id);                                    \
+        return erase(map, key, word_of(value), id_##type);                                         \
     }                                                                                              \
     int multimap_insert_##type(multimap_t *map, const char *key, row_##type::argument value)       \
     {                                                                                              \
-        return insert(map, key, word_of(value), row_##type::id);                                   \
+        return insert(map, key, word_of(value), id_##type);                                        \
     }
 
 #define MULTIMAP_ROW(type)                                                                         \
@@ -66,7 +66,7 @@ int get(const multimap_t *map, const char *key, uint32_t index, void *out, row_i
     int multimap_get_##type(const multimap_t *map, const char *key, uint32_t index,                \
                             row_##type::output *out)                                               \
     {                                                                                              \
-        return get(map, key, index, out, row_##type::id);                                          \
+        return get(map, key, index, out, id_##type);                                               \
     }
 
 MULTIMAP_ROW(uint64)

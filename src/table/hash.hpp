@@ -34,7 +34,11 @@ constexpr std::uint64_t to_upper(std::uint64_t bytes)
 
 constexpr std::uint32_t power31(int exponent)
 {
-    return exponent == 0 ? 1 : 31 * power31(exponent - 1);
+    std::uint32_t power = 1;
+    for (; exponent != 0; --exponent) {
+        power *= 31;
+    }
+    return power;
 }
 
 // byte 0 * 31^7 + byte 1 * 31^6 + ... + byte 7. The lanes become pairs, which take 13 bits; then each

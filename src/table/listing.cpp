@@ -28,6 +28,18 @@ listed *sorted(table in, listed (*item)(table in, const links &node, std::int32_
     return items;
 }
 
+listed with_ordinal(table in, const links &node, std::int32_t ordinal)
+{
+    listed item{in.key(node), {}};
+    item.ordinal = ordinal;
+    return item;
+}
+
+listed with_node(table in, const links &node, std::int32_t)
+{
+    return {in.key(node), {&node}};
+}
+
 // What a look-up of the node's key finds: the node, unless a hash function that does not fold case
 // has let another spelling stand before it in its bucket.
 void print_found(table in, const links &node, rendering as, print_fn print, void *context)
@@ -82,11 +94,7 @@ int sort_keys(table in, listed **items, std::int32_t *count)
     if (items == nullptr || count == nullptr) {
         return EINVAL;
     }
-    listed *list = sorted(in, [](table within, const links &node, std::int32_t ordinal) {
-        listed item{within.key(node), {}};
-        item.ordinal = ordinal;
-        return item;
-    });
+    listed *list = sorted(in, with_ordinal);
     if (list == nullptr) {
         return ENOMEM;
     }
@@ -97,9 +105,7 @@ int sort_keys(table in, listed **items, std::int32_t *count)
 
 void print_sorted(table in, rendering as, print_fn print, void *context)
 {
-    listed *list = sorted(in, [](table within, const links &node, std::int32_t) {
-        return listed{within.key(node), {&node}};
-    });
+    listed *list = sorted(in, with_node);
     if (list == nullptr) {
         for (const links &node : nodes(in)) {
             print_found(in, node, as, print, context);

@@ -14,6 +14,14 @@ bool uses_builtin_hash(table in)
     return in.set().hashfunc == nullptr;
 }
 
+measured measure(table in, const char *key)
+{
+    if (uses_builtin_hash(in)) {
+        return builtin_hash(key);
+    }
+    return {std::strlen(key) + 1, in.set().hashfunc(in.record(), key)};
+}
+
 links *find_in(table in, const links &bucket, const char *key, std::uint32_t hash)
 {
     // Only where the C library does not decide which letters are equal: it may know more of them
@@ -78,12 +86,10 @@ void put_back(table in, links &queue)
 
 } // namespace
 
-measured measure(table in, const char *key)
+map_bucket_t *hashlist(table in, const char *key)
 {
-    if (uses_builtin_hash(in)) {
-        return builtin_hash(key);
-    }
-    return {std::strlen(key) + 1, in.set().hashfunc(in.record(), key)};
+    links *bucket = &in.bucket(measure(in, key).hash);
+    return reinterpret_cast<map_bucket_t *>(bucket);
 }
 
 int keycmp(table in, const char *key, const char *stored)

@@ -25,7 +25,9 @@ struct [[gnu::may_alias]] settings {
 };
 
 using count_field [[gnu::may_alias]] = std::int32_t;
-using text_field [[gnu::may_alias]] = const char *;
+struct [[gnu::may_alias]] key_field {
+    const char *text;
+};
 using hash_field [[gnu::may_alias]] = std::uint32_t;
 
 // Where a family has them: offsets in bytes of the count of keys, of the settings, and of the key in
@@ -67,7 +69,7 @@ class table {
     }
     const char *key(const links &node) const
     {
-        return *reinterpret_cast<const text_field *>(bytes_of(node) + (offsets() >> 16));
+        return reinterpret_cast<const key_field *>(bytes_of(node) + (offsets() >> 16))->text;
     }
     std::uint32_t hash(const links &node) const
     {
@@ -108,7 +110,8 @@ inline bool isempty(table in)
     return in.record() == nullptr || in.numkeys() == 0;
 }
 
-measured measure(table in, const char *key);
+// The bucket that the key hashes to.
+map_bucket_t *hashlist(table in, const char *key);
 
 // 0 when the keys are equal under the table's comparison.
 int keycmp(table in, const char *key, const char *stored);

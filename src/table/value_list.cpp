@@ -50,6 +50,23 @@ void release_key(table in, links &node)
     std::free(&node);
 }
 
+// Of keys that become equal, the values that the surviving key does not hold move to the end of its
+// list.
+void absorb_key(table in, links &survivor, links &node)
+{
+    key_node &key = as_key(&survivor);
+    while (links *link = chain_take_first(as_key(&node).values)) {
+        value_node *value = as_value(link);
+        --lists_in(in)->numvalues;
+        if (find_value(key, value->data, value->len) != nullptr) {
+            std::free(value);
+        } else {
+            append(lists_in(in), key, *value);
+        }
+    }
+    std::free(&node);
+}
+
 // Adds a new key: 0, 1 at the key limit, 12.
 int add_key(lists *in, place &at)
 {
@@ -329,22 +346,9 @@ void print_lists(const lists *in, print_fn print, void *context)
     }
 }
 
-// Of keys that become equal, the values that the surviving key does not hold move to the end of its
-// list.
 int setcasekeys_lists(lists *in, std::uint32_t flag)
 {
-    return setcasekeys(table_of(in), flag, [](table within, links &survivor, links &node) {
-        key_node &key = as_key(&survivor);
-        while (value_node *value = as_value(chain_take_first(as_key(&node).values))) {
-            --lists_in(within)->numvalues;
-            if (find_value(key, value->data, value->len) != nullptr) {
-                std::free(value);
-            } else {
-                append(lists_in(within), key, *value);
-            }
-        }
-        std::free(&node);
-    });
+    return setcasekeys(table_of(in), flag, absorb_key);
 }
 
 int add_all(lists *dst, const lists *src, adding how, std::uint32_t buckets)

@@ -32,30 +32,29 @@ enum row_id : std::uint8_t {
 };
 
 // What writers take and readers fill.
-template <row_id Id, class Argument, class Output>
+template <class Argument, class Output>
 struct row {
-    static constexpr row_id id = Id;
     using argument = Argument;
     using output = Output;
 };
 
-using row_uint64 = row<id_uint64, std::uint64_t, std::uint64_t>;
-using row_int64 = row<id_int64, std::int64_t, std::int64_t>;
-using row_uint32 = row<id_uint32, std::uint32_t, std::uint32_t>;
-using row_int32 = row<id_int32, std::int32_t, std::int32_t>;
-using row_uint16 = row<id_uint16, unsigned int, std::uint16_t>;
-using row_int16 = row<id_int16, int, std::int16_t>;
-using row_uint8 = row<id_uint8, unsigned int, std::uint8_t>;
-using row_int8 = row<id_int8, int, std::int8_t>;
-using row_bool = row<id_bool, unsigned int, bool>;
-using row_uint = row<id_uint, unsigned int, unsigned int>;
-using row_int = row<id_int, int, int>;
-using row_uchar = row<id_uchar, unsigned int, unsigned char>;
-using row_char = row<id_char, int, char>;
-using row_macaddr = row<id_macaddr, const macaddr_t *, macaddr_t>;
-using row_ipaddr = row<id_ipaddr, const ipaddr_t *, ipaddr_t>;
-using row_cidr = row<id_cidr, const cidr_t *, cidr_t>;
-using row_str = row<id_str, const char *, char>;
+using row_uint64 = row<std::uint64_t, std::uint64_t>;
+using row_int64 = row<std::int64_t, std::int64_t>;
+using row_uint32 = row<std::uint32_t, std::uint32_t>;
+using row_int32 = row<std::int32_t, std::int32_t>;
+using row_uint16 = row<unsigned int, std::uint16_t>;
+using row_int16 = row<int, std::int16_t>;
+using row_uint8 = row<unsigned int, std::uint8_t>;
+using row_int8 = row<int, std::int8_t>;
+using row_bool = row<unsigned int, bool>;
+using row_uint = row<unsigned int, unsigned int>;
+using row_int = row<int, int>;
+using row_uchar = row<unsigned int, unsigned char>;
+using row_char = row<int, char>;
+using row_macaddr = row<const macaddr_t *, macaddr_t>;
+using row_ipaddr = row<const ipaddr_t *, ipaddr_t>;
+using row_cidr = row<const cidr_t *, cidr_t>;
+using row_str = row<const char *, char>;
 
 // A writer's argument on its way to its row: a number of up to 32 bits, or an address, of a longer
 // number too, so that on 32-bit targets it takes one register whatever the row.
