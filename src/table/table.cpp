@@ -9,41 +9,6 @@ namespace textmaps {
 
 namespace {
 
-bool uses_builtin_hash(table in)
-{
-    return in.set().hashfunc == nullptr;
-}
-
-measured measure(table in, const char *key)
-{
-    if (uses_builtin_hash(in)) {
-        return builtin_hash(key);
-    }
-    return {std::strlen(key) + 1, in.set().hashfunc(in.record(), key)};
-}
-
-links *find_in(table in, const links &bucket, const char *key, std::uint32_t hash)
-{
-    // Only where the C library does not decide which letters are equal: it may know more of them
-    // than the hash.
-    const bool by_hash = keeps_hashes && in.set().casekeys == 0 && uses_builtin_hash(in);
-    for (links *node = bucket.next; node != nullptr; node = node->next) {
-        if (by_hash && in.hash(*node) != hash) {
-            continue;
-        }
-        if (keycmp(in, key, in.key(*node)) == 0) {
-            return node;
-        }
-    }
-    return nullptr;
-}
-
-place locate(table in, const char *key, const measured &of)
-{
-    links &bucket = in.bucket(of.hash);
-    return {&bucket, find_in(in, bucket, key, of.hash), key, of.size, of.hash};
-}
-
 // Of the key of a node of `from`, as it is in `to`.
 measured measure_key_of(table from, const links &node, table to)
 {
@@ -92,25 +57,9 @@ map_bucket_t *hashlist(table in, const char *key)
     return reinterpret_cast<map_bucket_t *>(bucket);
 }
 
-int keycmp(table in, const char *key, const char *stored)
-{
-    return in.set().casekeys != 0 ? strcasecmp(key, stored) : std::strcmp(key, stored);
-}
-
-links *find(table in, const char *key)
-{
-    const std::uint32_t hash = measure(in, key).hash;
-    return find_in(in, in.bucket(hash), key, hash);
-}
-
 links *lookup(table in, const char *key)
 {
     return has_buckets(in) && key != nullptr ? find(in, key) : nullptr;
-}
-
-place locate(table in, const char *key)
-{
-    return locate(in, key, measure(in, key));
 }
 
 place locate_key_of(table from, const links &node, table to)
@@ -131,19 +80,6 @@ place locate_copy_of(table from, const links &node, table to)
     }
     const measured of = measure_key_of(from, node, to);
     return {&to.bucket(of.hash), nullptr, from.key(node), of.size, of.hash};
-}
-
-void link_node(table in, const place &at, links &node)
-{
-    in.keep_hash(node, at.hash);
-    chain_append(*at.bucket, node);
-    ++in.numkeys();
-}
-
-void unlink_node(table in, const place &at)
-{
-    chain_remove(*at.bucket, *at.node);
-    --in.numkeys();
 }
 
 links *first_from(table in, std::uint32_t &bucket)
@@ -275,13 +211,14 @@ int setcasekeys(table in, std::uint32_t flag, absorb_fn absorb)
     links queue;
     gather(in, queue);
     in.set().casekeys = casekeys;
-    in.numkeys() = 0;
     while (links *node = chain_take_first(queue)) {
         const place at = locate(in, in.key(*node));
         if (at.node != nullptr) {
+            --in.numkeys();
             absorb(in, *at.node, *node);
         } else {
-            link_node(in, at, *node);
+            in.keep_hash(*node, at.hash);
+            chain_append(*at.bucket, *node);
         }
     }
     return 0;

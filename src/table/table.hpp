@@ -8,6 +8,8 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <strings.h>
 
 namespace textmaps {
 
@@ -113,11 +115,50 @@ inline bool isempty(table in)
 // The bucket that the key hashes to.
 map_bucket_t *hashlist(table in, const char *key);
 
+// What every look-up is made of is inline: where speed counts, compilers fold a family's layout into
+// it.
+
+inline bool uses_builtin_hash(table in)
+{
+    return in.set().hashfunc == nullptr;
+}
+
+inline measured measure(table in, const char *key)
+{
+    if (uses_builtin_hash(in)) {
+        return builtin_hash(key);
+    }
+    return {std::strlen(key) + 1, in.set().hashfunc(in.record(), key)};
+}
+
 // 0 when the keys are equal under the table's comparison.
-int keycmp(table in, const char *key, const char *stored);
+inline int keycmp(table in, const char *key, const char *stored)
+{
+    return in.set().casekeys != 0 ? strcasecmp(key, stored) : std::strcmp(key, stored);
+}
+
+inline links *find_in(table in, const links &bucket, const char *key, std::uint32_t hash)
+{
+    // Only where the C library does not decide which letters are equal: it may know more of them
+    // than the hash.
+    const bool by_hash = keeps_hashes && in.set().casekeys == 0 && uses_builtin_hash(in);
+    for (links *node = bucket.next; node != nullptr; node = node->next) {
+        if (by_hash && in.hash(*node) != hash) {
+            continue;
+        }
+        if (keycmp(in, key, in.key(*node)) == 0) {
+            return node;
+        }
+    }
+    return nullptr;
+}
 
 // The node of the key, in a table that has buckets; null if there is none.
-links *find(table in, const char *key);
+inline links *find(table in, const char *key)
+{
+    const std::uint32_t hash = measure(in, key).hash;
+    return find_in(in, in.bucket(hash), key, hash);
+}
 
 // The same for a table and a key that may be missing or released.
 links *lookup(table in, const char *key);
@@ -131,7 +172,16 @@ struct place {
     std::uint32_t hash;
 };
 
-place locate(table in, const char *key);
+inline place locate(table in, const char *key, const measured &of)
+{
+    links &bucket = in.bucket(of.hash);
+    return {&bucket, find_in(in, bucket, key, of.hash), key, of.size, of.hash};
+}
+
+inline place locate(table in, const char *key)
+{
+    return locate(in, key, measure(in, key));
+}
 
 // Where in `to` the key of a node of `from` is, or would be.
 place locate_key_of(table from, const links &node, table to);
@@ -143,10 +193,19 @@ links *lookup_key_of(table from, const links &node, table to);
 place locate_copy_of(table from, const links &node, table to);
 
 // Appends a node to the place's bucket.
-void link_node(table in, const place &at, links &node);
+inline void link_node(table in, const place &at, links &node)
+{
+    in.keep_hash(node, at.hash);
+    chain_append(*at.bucket, node);
+    ++in.numkeys();
+}
 
 // Takes the node of the place out of the table. The caller disposes of it.
-void unlink_node(table in, const place &at);
+inline void unlink_node(table in, const place &at)
+{
+    chain_remove(*at.bucket, *at.node);
+    --in.numkeys();
+}
 
 // One short on purpose: a limit of N admits N - 1 keys.
 inline bool at_key_limit(table in)
