@@ -37,11 +37,11 @@ TEXTMAPS_INLINE const char *textmaps_error_text(int result)
 {
     switch (result) {
     case 0: return "done";
-    case 1: return "refused: it is there already, or a limit is in the way";
-    case 2: return "not found: no such key, value or position";
+    case 1: return "refused: already there, or at a limit";
+    case 2: return "no such key, value or position";
     case 12: return "out of memory";
-    case 22: return "invalid: an argument is missing or unusable, or a text is no address";
-    case 34: return "mismatch: the text is no number of the type, or out of its range";
+    case 22: return "unusable argument, or text that is no address";
+    case 34: return "not a number of the type, or out of its range";
     default: return strerror(result);
     }
 }
