@@ -852,6 +852,7 @@ class container {
         family::destroy(&record_);
     }
 
+  private:
     Record record_;
 };
 
@@ -861,13 +862,14 @@ class list_container : public container<Record> {
   protected:
     using typename container<Record>::family;
     using container<Record>::container;
-    using container<Record>::record_;
 
   public:
+    using container<Record>::record;
+
     /** The field `numvalues`: the values under all keys together. */
     std::int32_t value_count() const noexcept
     {
-        return record_.numvalues;
+        return record()->numvalues;
     }
 
     /** How many values the key holds: `*_value_count`. Two look-ups in a multimap. */
@@ -887,40 +889,40 @@ class list_container : public container<Record> {
     template <class T = std::string_view>
     result<value_of<T>> get(zstring key, std::uint32_t position) const
     {
-        return detail::get<T>(&record_, key, position);
+        return detail::get<T>(record(), key, position);
     }
 
     /** Removes the value at a position of the key's list (arraymap: of an index): `*_remove`. */
     status remove(zstring key, std::uint32_t position)
     {
-        return family::remove(&record_, key.c_str(), position);
+        return family::remove(record(), key.c_str(), position);
     }
 
     /** Removes the value (arraymap: each that is equal) from the key's list: `*_delete`. */
     template <class T = std::string_view>
     status erase_value(zstring key, const argument_of<T> &value)
     {
-        return detail::writers<T, Record>::erase_value(&record_, key.c_str(),
+        return detail::writers<T, Record>::erase_value(record(), key.c_str(),
                                                        detail::row_of<T>::passed(value));
     }
 
     /** `*_setmaxvalues`: recorded only. */
     status set_maxvalues(std::int32_t limit)
     {
-        return family::setmaxvalues(&record_, limit);
+        return family::setmaxvalues(record(), limit);
     }
 
     /** Makes this hold what either holds: `*_union`. */
     status assign_union(const list_container &a, const list_container &b)
     {
-        return family::unite(&a.record_, &b.record_, &record_);
+        return family::unite(a.record(), b.record(), record());
     }
 
   private:
     typename family::value_iter first_value(zstring key) const
     {
         typename family::value_iter values = {};
-        family::value_first(&record_, key.c_str(), &values);
+        family::value_first(record(), key.c_str(), &values);
         return values;
     }
 };
@@ -940,7 +942,7 @@ class map : public container<map_t> {
     template <class T = std::string_view>
     status set(zstring key, const argument_of<T> &value)
     {
-        return detail::writers<T, map_t>::replace(&record_, key.c_str(),
+        return detail::writers<T, map_t>::replace(record(), key.c_str(),
                                                   detail::row_of<T>::passed(value));
     }
 
@@ -948,14 +950,14 @@ class map : public container<map_t> {
     template <class T = std::string_view>
     result<value_of<T>> get(zstring key) const
     {
-        return detail::get<T>(&record_, key);
+        return detail::get<T>(record(), key);
     }
 
     /** The order of the stored value and the given one, and -1 without such a key: `map_cmp`. */
     template <class T = std::string_view>
     int compare(zstring key, const argument_of<T> &value) const
     {
-        return detail::writers<T, map_t>::compare(&record_, key.c_str(),
+        return detail::writers<T, map_t>::compare(record(), key.c_str(),
                                                   detail::row_of<T>::passed(value));
     }
 };
@@ -976,7 +978,7 @@ class multimap : public list_container<multimap_t> {
     result<std::uint32_t> find(zstring key, const argument_of<T> &value) const
     {
         return detail::result_of<std::uint32_t>([&](std::uint32_t *index) {
-            return detail::writers<T, multimap_t>::find(&record_, key.c_str(),
+            return detail::writers<T, multimap_t>::find(record(), key.c_str(),
                                                         detail::row_of<T>::passed(value), index);
         });
     }
@@ -997,7 +999,7 @@ class arraymap : public list_container<arraymap_t> {
     template <class T = std::string_view>
     status set(zstring key, std::uint32_t index, const argument_of<T> &value)
     {
-        return detail::writers<T, arraymap_t>::replace(&record_, key.c_str(), index,
+        return detail::writers<T, arraymap_t>::replace(record(), key.c_str(), index,
                                                        detail::row_of<T>::passed(value));
     }
 };
