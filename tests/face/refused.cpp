@@ -17,6 +17,7 @@ void use(textmaps::map &map, textmaps::multimap &lists, std::string_view view, l
     map.set("key", "value");                 // refused
     map.get("key");                          // refused
     map.release();                           // refused
+    (*map.begin()).key.remove_suffix(1);     // refused
     (void)map.is_equal(lists);               // refused
     (void)map.set<std::int32_t>("key", 1.5); // refused
     (void)map.set<std::uint8_t>("key", 256); // refused
