@@ -307,7 +307,7 @@ TYPED_TEST(Face, ComparesAndCombines)
     Handle handle = holding<Handle>({"old"});
     EXPECT_EQ(handle.assign_intersection(a, b), 0);
     EXPECT_EQ(keys_of(handle), Keys{"2"});
-    EXPECT_EQ(handle.merge(a), 0);
+    EXPECT_EQ(handle.merge(holding<Handle>({"1"})), 0);
     EXPECT_EQ(keys_of(handle), (Keys{"1", "2"}));
     EXPECT_FALSE(handle.is_equal(b));
     EXPECT_EQ(handle.assign(b), 0);

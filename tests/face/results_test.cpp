@@ -12,13 +12,12 @@ TEST(ErrorText, HasWordsOfItsOwnForEachResultOfTheLibrary)
 {
     std::set<std::string> words;
     for (const int result : {0, 1, ENOENT, ENOMEM, EINVAL, ERANGE}) {
+        EXPECT_STRNE(textmaps_error_text(result), std::strerror(result));
         words.insert(textmaps_error_text(result));
     }
     EXPECT_EQ(words.size(), 6U);
-    EXPECT_EQ(textmaps_error_text(0), "done"s);
-    EXPECT_EQ(textmaps_error_text(ENOMEM), "out of memory"s);
-    EXPECT_EQ(words.count(std::strerror(1)), 0U);
-    EXPECT_EQ(words.count(std::strerror(ENOENT)), 0U);
+    EXPECT_STREQ(textmaps_error_text(0), "done");
+    EXPECT_STREQ(textmaps_error_text(ENOMEM), "out of memory");
 }
 
 TEST(ErrorText, LeavesOtherNumbersToStrerror)
