@@ -4,6 +4,8 @@
  */
 #include "device_settings.h"
 
+#include <textmaps/error.h>
+
 #include <errno.h>
 #include <inttypes.h>
 #include <stdarg.h>
@@ -83,9 +85,9 @@ static bool parse_options(char **arguments, struct options *options)
     return true;
 }
 
-static int complain(const char *subject, int result)
+static int complain(const char *subject, const char *problem)
 {
-    fprintf(stderr, "%s: %s\n", subject, result_words(result));
+    fprintf(stderr, "%s: %s\n", subject, problem);
     return EXIT_TROUBLE;
 }
 
@@ -106,7 +108,7 @@ static int answer(struct device *device, const struct query *query)
     switch (result) {
     case 0: printf("%s=%s\n", query->key, text_of(&device->scratch, "value")); return EXIT_SUCCESS;
     case ENOENT: fprintf(stderr, "%s: not found (%d)\n", query->key, result); break;
-    case ENOMEM: return complain(query->key, result);
+    case ENOMEM: return complain(query->key, textmaps_error_text(result));
     default:
         fprintf(stderr, "%s: ", query->key);
         print_mismatch(stderr, query->type, text_of(&device->settings, query->key), result);
@@ -126,7 +128,7 @@ static int answer_all(struct device *device, const struct options *options)
 
 static void show_result(const char *key, const char *type, int result)
 {
-    printf("  %s as %s: %d (%s)\n", key, type, result, result_words(result));
+    printf("  %s as %s: %d (%s)\n", key, type, result, textmaps_error_text(result));
 }
 
 /* Whether a read succeeded; if not, its result is shown. */
@@ -199,12 +201,13 @@ static int load(struct device *device, const struct options *options)
     const char *const file = options->file != NULL ? options->file : DEVICE_SETTINGS_SAMPLE;
     int result = read_file(device, file, take_setting);
     if (result != 0) {
-        return complain(file, result);
+        return complain(file, strerror(result));
     }
     if (options->machine) {
         result = machine_read(device);
     }
-    return result != 0 ? complain("facts of the machine", result) : EXIT_SUCCESS;
+    return result != 0 ? complain("facts of the machine", textmaps_error_text(result))
+                       : EXIT_SUCCESS;
 }
 
 static void show(const struct device *device)
@@ -221,7 +224,7 @@ static int run(const struct options *options)
     struct device device;
     const int result = device_init(&device);
     if (result != 0) {
-        return complain("device_settings", result);
+        return complain("device_settings", textmaps_error_text(result));
     }
     int status = load(&device, options);
     if (status == EXIT_SUCCESS) {
@@ -242,7 +245,7 @@ int main(int argc, char **argv)
     struct options options = {.machine = true};
     options.queries = calloc((size_t)argc + 1, sizeof *options.queries);
     if (options.queries == NULL) {
-        return complain("device_settings", ENOMEM);
+        return complain("device_settings", strerror(ENOMEM));
     }
     int status = EXIT_SUCCESS;
     if (!parse_options(argv + 1, &options)) {
@@ -254,7 +257,7 @@ int main(int argc, char **argv)
     }
     free(options.queries);
     if (fflush(stdout) != 0 || ferror(stdout)) {
-        status = complain("standard output", EIO);
+        status = complain("standard output", strerror(EIO));
     }
     return status;
 }

@@ -40,9 +40,6 @@ struct device {
 /** Takes one line. Any result but 0 ends the reading. */
 typedef int (*line_fn)(struct device *device, const struct line *line);
 
-/** A result of the library or an `errno` in words. */
-const char *result_words(int result);
-
 /** Makes the maps. On failure there is nothing to destroy. */
 int device_init(struct device *device);
 void device_destroy(struct device *device);

@@ -10,15 +10,6 @@ enum {
     ARRAY_KEY_SIZE = 128 /* the library cuts the keys of a map array to 127 characters */
 };
 
-const char *result_words(int result)
-{
-    switch (result) {
-    case 0: return "done";
-    case REFUSED: return "refused";
-    default: return strerror(result);
-    }
-}
-
 static int init_maps(struct device *device)
 {
     map_t *const maps[] = {&device->settings, &device->counters, &device->scratch};

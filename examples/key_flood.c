@@ -4,6 +4,8 @@
  */
 #include "keyed_hash.h"
 
+#include <textmaps/error.h>
+
 #include <ctype.h>
 #include <errno.h>
 #include <inttypes.h>
@@ -26,9 +28,9 @@ static const char usage[] =
     "\n"
     "Exit status: 0; 2 for wrong usage, or lack of memory or randomness.\n";
 
-static int complain(const char *what, int result)
+static int complain(const char *subject, const char *problem)
 {
-    fprintf(stderr, "%s: %s\n", what, strerror(result));
+    fprintf(stderr, "%s: %s\n", subject, problem);
     return EXIT_TROUBLE;
 }
 
@@ -111,28 +113,29 @@ static int flood_builtin(bool ignore_case)
     return result;
 }
 
-static int flood_keyed(bool ignore_case)
+static int flood_keyed(struct keyed_map *keyed, bool ignore_case)
 {
-    struct keyed_map keyed;
-    int result = hash_seed_draw(&keyed.seed);
+    int result = map_init(&keyed->map);
     if (result == 0) {
-        result = map_init(&keyed.map);
-    }
-    if (result == 0) {
-        map_sethashfunc(&keyed.map, keyed_map_hash);
-        result = flood(&keyed.map, "keyed hash", ignore_case);
-        map_destroy(&keyed.map);
+        map_sethashfunc(&keyed->map, keyed_map_hash);
+        result = flood(&keyed->map, "keyed hash", ignore_case);
+        map_destroy(&keyed->map);
     }
     return result;
 }
 
 static int run(bool ignore_case)
 {
-    int result = flood_builtin(ignore_case);
-    if (result == 0) {
-        result = flood_keyed(ignore_case);
+    struct keyed_map keyed;
+    int result = hash_seed_draw(&keyed.seed);
+    if (result != 0) {
+        return complain("seed", strerror(result));
     }
-    return result != 0 ? complain("counting", result) : EXIT_SUCCESS;
+    result = flood_builtin(ignore_case);
+    if (result == 0) {
+        result = flood_keyed(&keyed, ignore_case);
+    }
+    return result != 0 ? complain("counting", textmaps_error_text(result)) : EXIT_SUCCESS;
 }
 
 int main(int argc, char **argv)
@@ -150,7 +153,7 @@ int main(int argc, char **argv)
         status = EXIT_TROUBLE;
     }
     if (fflush(stdout) != 0 || ferror(stdout)) {
-        status = complain("standard output", EIO);
+        status = complain("standard output", strerror(EIO));
     }
     return status;
 }

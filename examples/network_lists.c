@@ -4,6 +4,8 @@
  */
 #include "network_lists.h"
 
+#include <textmaps/error.h>
+
 #include <ctype.h>
 #include <errno.h>
 #include <inttypes.h>
@@ -142,9 +144,9 @@ static bool parse_options(char **arguments, struct options *options)
     return true;
 }
 
-static int complain(const char *subject, int result)
+static int complain(const char *subject, const char *problem)
 {
-    fprintf(stderr, "%s: %s\n", subject, strerror(result));
+    fprintf(stderr, "%s: %s\n", subject, problem);
     return EXIT_TROUBLE;
 }
 
@@ -190,7 +192,7 @@ static int perform(struct lists *lists, const struct action *action)
 static int report_failure(const struct action *action, int result)
 {
     if (result == ENOMEM) {
-        return complain(action->name, result);
+        return complain(action->name, textmaps_error_text(result));
     }
     fprintf(stderr, "%s %s", verbs[action->verb].option, action->name);
     if (verbs[action->verb].index) {
@@ -263,7 +265,7 @@ static int show_resolvers(struct lists *lists)
 
 static void show_result(const char *operation, int result)
 {
-    printf("  %s: %d (%s)\n", operation, result, strerror(result));
+    printf("  %s: %d (%s)\n", operation, result, textmaps_error_text(result));
 }
 
 static void show_past_the_end(struct lists *lists, const char *name)
@@ -308,7 +310,7 @@ static int show(struct lists *lists)
         result = delete_everywhere(&lists->map, "link down");
     }
     if (result != 0) {
-        return complain("network_lists", result);
+        return complain("network_lists", textmaps_error_text(result));
     }
     puts("Lists");
     arraymap_dump(&lists->map, stdout);
@@ -329,11 +331,11 @@ static int load(struct lists *lists, const char *file)
 {
     int result = read_machine(lists);
     if (result != 0) {
-        return complain("facts of the machine", result);
+        return complain("facts of the machine", textmaps_error_text(result));
     }
     result = read_events(lists, file);
     if (result != 0) {
-        return complain(file, result);
+        return complain(file, strerror(result));
     }
     fprintf(stderr, "summary: lists=%" PRId32 " values=%" PRId32 "\n", lists->map.numkeys,
             lists->map.numvalues);
@@ -349,7 +351,7 @@ static int run(const struct options *options)
     struct lists lists;
     const int result = lists_init(&lists, options->keep);
     if (result != 0) {
-        return complain("network_lists", result);
+        return complain("network_lists", textmaps_error_text(result));
     }
     int status = load(&lists, options->file != NULL ? options->file : NETWORK_LISTS_EVENTS);
     if (status == EXIT_SUCCESS) {
@@ -364,7 +366,7 @@ int main(int argc, char **argv)
     struct options options = {.keep = EVENTS_KEPT};
     options.actions = calloc((size_t)argc + 1, sizeof *options.actions);
     if (options.actions == NULL) {
-        return complain("network_lists", ENOMEM);
+        return complain("network_lists", strerror(ENOMEM));
     }
     int status = EXIT_SUCCESS;
     if (!parse_options(argv + 1, &options)) {
@@ -376,7 +378,7 @@ int main(int argc, char **argv)
     }
     free(options.actions);
     if (fflush(stdout) != 0 || ferror(stdout)) {
-        status = complain("standard output", EIO);
+        status = complain("standard output", strerror(EIO));
     }
     return status;
 }

@@ -4,6 +4,8 @@
  */
 #include "services_table.h"
 
+#include <textmaps/error.h>
+
 #include <errno.h>
 #include <inttypes.h>
 #include <stdarg.h>
@@ -101,9 +103,9 @@ static bool parse_options(char **arguments, struct options *options)
     return true;
 }
 
-static int complain(const char *subject, int result)
+static int complain(const char *subject, const char *problem)
 {
-    fprintf(stderr, "%s: %s\n", subject, strerror(result));
+    fprintf(stderr, "%s: %s\n", subject, problem);
     return EXIT_TROUBLE;
 }
 
@@ -202,7 +204,7 @@ static int load(struct services *services, const char *file, bool ignore_case)
         result = services_read(services, source);
     }
     if (result != 0) {
-        return complain(source, result);
+        return complain(source, strerror(result));
     }
     services_summarise(services);
     if (ignore_case) {
@@ -220,7 +222,7 @@ static int compare_with(const struct services *services, const char *file, bool 
     }
     const int result = compare(services, &other);
     services_destroy(&other);
-    return result != 0 ? complain("comparison", result) : EXIT_SUCCESS;
+    return result != 0 ? complain("comparison", textmaps_error_text(result)) : EXIT_SUCCESS;
 }
 
 static int worse(int status, int other)
@@ -273,7 +275,7 @@ int main(int argc, char **argv)
         status = run(&options);
     }
     if (fflush(stdout) != 0 || ferror(stdout)) {
-        status = complain("standard output", EIO);
+        status = complain("standard output", strerror(EIO));
     }
     return status;
 }

@@ -18,6 +18,8 @@
  * | 22 `EINVAL` | a missing or unusable argument                                          |
  * | 34 `ERANGE` | the stored text does not parse as the requested type                    |
  *
+ * error.h puts them in words.
+ *
  * Arguments are checked before anything changes: the container first, then its bucket array, then
  * the key, then values and outputs.
  *

@@ -25,9 +25,9 @@ Typed reads
   dhcp.leasetime as time: 12 h
   wan.gateway as ipaddr: is not the first resolver
 Reads of the wrong type or the wrong key
-  wifi.ssid as uint16: 34
-  lan.cidr as ipaddr: 22
-  lan.mut as uint16: 2
+  wifi.ssid as uint16: 34 (not a number of the type, or out of its range)
+  lan.cidr as ipaddr: 22 (unusable argument, or text that is no address)
+  lan.mut as uint16: 2 (no such key, value or position)
 Resolvers
   0: 203.0.113.53
   1: 2001:db8::53
@@ -304,17 +304,17 @@ case_reads_an_empty_file()
     run 0 "$@" --no-machine - </dev/null
     expect_out <<'END'
 Typed reads
-  lan.mtu as uint16: 2
-  wifi.txpower as int8: 2
-  wan.enabled as bool: 2
-  dhcp.leasetime as time: 2
-  wan.gateway as ipaddr: 2
+  lan.mtu as uint16: 2 (no such key, value or position)
+  wifi.txpower as int8: 2 (no such key, value or position)
+  wan.enabled as bool: 2 (no such key, value or position)
+  dhcp.leasetime as time: 2 (no such key, value or position)
+  wan.gateway as ipaddr: 2 (no such key, value or position)
 Reads of the wrong type or the wrong key
-  wifi.ssid as uint16: 2
-  lan.cidr as ipaddr: 2
-  lan.mut as uint16: 2
+  wifi.ssid as uint16: 2 (no such key, value or position)
+  lan.cidr as ipaddr: 2 (no such key, value or position)
+  lan.mut as uint16: 2 (no such key, value or position)
 Resolvers
-  resolver as array: 2
+  resolver as array: 2 (no such key, value or position)
 Settings
 map is empty
 END

@@ -54,9 +54,9 @@ The last of them moved to the front
   resolvers 1: 192.0.2.53
   resolvers 2: 2001:db8::35
 Past the end of resolvers, at 3
-  get: 2
-  replace: 2
-  remove: 2
+  get: 2 (no such key, value or position)
+  replace: 2 (no such key, value or position)
+  remove: 2 (no such key, value or position)
 Every "link down" deleted
   eth0.events: 6 of 8 are left
   wan0.events: 4 of 5 are left
