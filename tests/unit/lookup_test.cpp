@@ -6,7 +6,9 @@
 #include "table/hash.hpp"
 
 #include <algorithm>
+#include <optional>
 #include <strings.h>
+#include <tuple>
 
 namespace {
 
@@ -112,7 +114,7 @@ class Lookup : public Family::Test {
     using Container = typename Family::Container;
     using Step = int (*)(Container *);
 
-    static constexpr Step steps[] = {
+    const std::vector<Step> steps = {
         [](Container *to) { return Family::sethashfunc(to, nullptr); },
         [](Container *to) { return Family::sethashfunc(to, hash_length); },
         [](Container *to) { return Family::sethashfunc(to, hash_all_to_zero); },
