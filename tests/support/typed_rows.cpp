@@ -122,6 +122,11 @@ std::optional<uint64_t> parsed(const NumberRow &row, const char *text)
     return number;
 }
 
+std::optional<uint64_t> parsed_bytes(const NumberRow &row, const std::string &bytes)
+{
+    return bytes.find('\0') == std::string::npos ? std::nullopt : parsed(row, bytes.c_str());
+}
+
 uint64_t widest_number(const NumberRow &row)
 {
     return row.rendering.is_signed ? uint64_t{1} << (row.rendering.bits - 1) : UINT64_MAX;
@@ -142,6 +147,33 @@ std::vector<uint64_t> telling_numbers()
     return numbers;
 }
 
+std::vector<uint64_t> numbers_of_every_length()
+{
+    std::vector<uint64_t> numbers;
+    for (unsigned int bit = 0; bit < 64; ++bit) {
+        numbers.push_back(uint64_t{1} << bit);
+    }
+    uint64_t power = 1;
+    for (int exponent = 0; exponent < 20; ++exponent, power *= 10) {
+        for (uint64_t digit = 1; digit <= 9; ++digit) {
+            numbers.push_back(digit * power);
+        }
+    }
+    const std::size_t round = numbers.size();
+    for (std::size_t i = 0; i < round; ++i) {
+        numbers.insert(numbers.end(), {numbers[i] - 1, numbers[i] + 1});
+    }
+    std::mt19937_64 random(1);
+    for (unsigned int i = 0; i < 1000; ++i) {
+        numbers.push_back(random() >> i % 64);
+    }
+    const std::size_t count = numbers.size();
+    for (std::size_t i = 0; i < count; ++i) {
+        numbers.push_back(-numbers[i]);
+    }
+    return numbers;
+}
+
 const std::vector<std::pair<unsigned int, std::string>> &telling_bools()
 {
     static const std::vector<std::pair<unsigned int, std::string>> bools = {
@@ -155,6 +187,44 @@ const std::vector<std::string> &hostile_texts()
 {
     static const std::vector<std::string> texts = make_hostile_texts();
     return texts;
+}
+
+unsigned int RandomNumberBytes::below(unsigned int limit)
+{
+    return static_cast<unsigned int>(random_() % limit);
+}
+
+std::string RandomNumberBytes::any_of(std::string_view alphabet, unsigned int length)
+{
+    std::string text;
+    while (text.size() < length) {
+        text += alphabet[below(static_cast<unsigned int>(alphabet.size()))];
+    }
+    return text;
+}
+
+std::string RandomNumberBytes::next()
+{
+    static const std::string any_byte = every_byte();
+    static const std::string_view alphabets[] = {"0123456789", "01234567", "0123456789abcdefABCDEF",
+                                                 "01", "9"};
+    static const char *const bases[] = {"", "", "", "0", "0x", "0X"};
+    const bool is_long = below(2) == 0;
+    std::string bytes = any_of(" \t\n\v\f\r", below(8) == 0 ? below(4) : 0);
+    bytes += any_of("+-", below(2));
+    bytes += bases[below(6)];
+    bytes += any_of("0", below(8) == 0 ? below(25) : 0);
+    bytes += any_of(alphabets[below(5)], is_long ? 1 + below(25) : 1 + below(6));
+    bytes += any_of(any_byte, below(8) == 0 ? 1 : 0);
+    bytes += '\0';
+    bytes += any_of(any_byte, below(8) == 0 ? below(4) : 0);
+    if (below(8) == 0) {
+        bytes[below(static_cast<unsigned int>(bytes.size()))] = any_of(any_byte, 1)[0];
+    }
+    if (below(8) == 0) {
+        bytes.resize(below(static_cast<unsigned int>(bytes.size())));
+    }
+    return bytes;
 }
 
 std::vector<std::string> near_misses(const std::string &text)

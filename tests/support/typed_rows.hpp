@@ -4,6 +4,7 @@
 #include "helpers.hpp"
 
 #include <optional>
+#include <random>
 #include <string_view>
 
 // One type. Values of every type are held in 64 bits, sign-extended.
@@ -38,17 +39,37 @@ std::string rendered(const NumberRow &row, uint64_t value);
 // The value that the row reads from a text; none if it refuses it.
 std::optional<uint64_t> parsed(const NumberRow &row, const char *text);
 
+// The same of bytes in which a NUL may end a text, anywhere.
+std::optional<uint64_t> parsed_bytes(const NumberRow &row, const std::string &bytes);
+
 // An argument whose text is the longest.
 uint64_t widest_number(const NumberRow &row);
 
 // Numbers about every width's ends, and their negatives.
 std::vector<uint64_t> telling_numbers();
 
+// Numbers of every length, their negatives, and at random: round ones in decimal and in binary, those
+// next to them, and any.
+std::vector<uint64_t> numbers_of_every_length();
+
 // Arguments of a bool, and the text that they are stored as.
 const std::vector<std::pair<unsigned int, std::string>> &telling_bools();
 
 // Numbers about the ends of the ranges in every base and with every sign, and what is no number.
 const std::vector<std::string> &hostile_texts();
+
+// Values at random that are nearly numbers: of up to 25 digits in any base, with blanks, signs and
+// zeros before them and anything behind, a NUL anywhere or nowhere, cut at any length.
+class RandomNumberBytes {
+  public:
+    std::string next();
+
+  private:
+    unsigned int below(unsigned int limit);
+    std::string any_of(std::string_view alphabet, unsigned int length);
+
+    std::mt19937 random_{1};
+};
 
 // Values that lie next to the text, which ends with its NUL, without being it.
 std::vector<std::string> near_misses(const std::string &text);

@@ -4,6 +4,8 @@
 #include "map_internal.h"
 #include "multimap_internal.h"
 
+#include "table/table.hpp"
+
 #include <cstring>
 #include <type_traits>
 
@@ -177,11 +179,26 @@ class Walker {
                 }
                 walk_.oddities |= hidden_key;
             }
+            if (!expect(keeps_its_hash(*node), "the hash kept with a key is its hash", node)) {
+                return false;
+            }
             ++keys_;
             link = &node->next;
             others.advance();
         }
         return expect(bucket.last == link, "a bucket's last is its last next", &bucket);
+    }
+
+    bool keeps_its_hash(const Key &node) const
+    {
+        if (!textmaps::keeps_hashes) {
+            return true;
+        }
+        uint32_t kept;
+        std::memcpy(&kept, reinterpret_cast<const char *>(&node) + textmaps::hash_offset,
+                    sizeof kept);
+        return kept == (container_.hashfunc != nullptr ? container_.hashfunc(&container_, node.key)
+                                                       : textmaps::builtin_hash(node.key).hash);
     }
 
     bool body(const map_entry_t &entry)

@@ -4,6 +4,10 @@
 #include "table/hash.hpp"
 
 #include <clocale>
+#include <cstring>
+#include <random>
+#include <sys/mman.h>
+#include <unistd.h>
 
 namespace {
 
@@ -100,6 +104,99 @@ void expect_golden_hashes()
     }
 }
 
+// The hash as it is defined, byte by byte.
+uint32_t naive_hash(const std::string &key)
+{
+    uint32_t hash = 0;
+    for (const char c : key) {
+        const int byte = static_cast<signed char>(c);
+        hash = hash * 31 + static_cast<uint32_t>(byte >= 'a' && byte <= 'z' ? byte - 32 : byte);
+    }
+    return hash;
+}
+
+void expect_measured(const char *placed, const std::string &key)
+{
+    const textmaps::measured measured = textmaps::builtin_hash(placed);
+    ASSERT_EQ(measured.hash, naive_hash(key)) << testing::PrintToString(key);
+    ASSERT_EQ(measured.size, key.size() + 1);
+}
+
+// One page, and on either side of it one that no access to is survived.
+class LonePage {
+  public:
+    LonePage()
+        : size_(static_cast<std::size_t>(sysconf(_SC_PAGESIZE))),
+          mapped_(mmap(nullptr, 3 * size_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0))
+    {
+        EXPECT_NE(mapped_, MAP_FAILED);
+        EXPECT_EQ(mprotect(begin(), size_, PROT_READ | PROT_WRITE), 0);
+    }
+    ~LonePage()
+    {
+        munmap(mapped_, 3 * size_);
+    }
+    LonePage(const LonePage &) = delete;
+    LonePage &operator=(const LonePage &) = delete;
+
+    // The text so many bytes behind the page's first, among bytes that are no NUL.
+    const char *from_begin(const std::string &text, std::size_t distance)
+    {
+        std::memset(begin(), 'x', size_);
+        return put(begin() + distance, text);
+    }
+
+    // With its NUL so many bytes before the page's last.
+    const char *from_end(const std::string &text, std::size_t distance)
+    {
+        std::memset(begin(), 'x', size_);
+        return put(begin() + size_ - distance - (text.size() + 1), text);
+    }
+
+  private:
+    char *begin() const
+    {
+        return static_cast<char *>(mapped_) + size_;
+    }
+
+    static const char *put(char *at, const std::string &text)
+    {
+        return static_cast<const char *>(std::memcpy(at, text.c_str(), text.size() + 1));
+    }
+
+    const std::size_t size_;
+    void *const mapped_;
+};
+
+std::string bytes_from_to(int first, int last)
+{
+    std::string bytes;
+    for (int byte = first; byte <= last; ++byte) {
+        bytes += static_cast<char>(byte);
+    }
+    return bytes;
+}
+
+const std::string letters = bytes_from_to('A', 'Z') + bytes_from_to('a', 'z');
+
+// The ends of the ranges that folding tells apart, with and without their highest bit.
+const std::string telling_bytes = "@AZ[`az{\001\177\200\300\301\332\333\340\341\372\373\377";
+
+class RandomText {
+  public:
+    std::string of(const std::string &alphabet, std::size_t length)
+    {
+        std::string text;
+        while (text.size() < length) {
+            text += alphabet[random_() % alphabet.size()];
+        }
+        return text;
+    }
+
+  private:
+    std::mt19937 random_{1};
+};
+
 } // namespace
 
 TEST(BuiltinHash, IsTheSameOnEveryTarget)
@@ -135,6 +232,37 @@ TEST(BuiltinHash, FoldsTheLettersAToZAndNothingElse)
 TEST(BuiltinHash, CountsTheByte0xFFAsMinusOne)
 {
     EXPECT_EQ(textmaps::builtin_hash("\377").hash, 0xFFFFFFFFU);
+}
+
+TEST(BuiltinHash, IsThePolynomialOfTheFoldedBytesAtAnyLengthAndAlignment)
+{
+    LonePage page;
+    RandomText random;
+    for (const std::string &alphabet :
+         {letters, bytes_from_to(0x01, 0x7F), bytes_from_to(0x01, 0xFF), telling_bytes}) {
+        for (std::size_t length = 0; length <= 100; ++length) {
+            for (std::size_t distance = 0; distance < 16; ++distance) {
+                const std::string key = random.of(alphabet, length);
+                ASSERT_NO_FATAL_FAILURE(expect_measured(page.from_begin(key, distance), key));
+                ASSERT_NO_FATAL_FAILURE(expect_measured(page.from_end(key, distance), key));
+            }
+        }
+    }
+}
+
+TEST(BuiltinHash, CountsEveryByteAlikeAtEveryPositionAmongAnyOthers)
+{
+    for (const char other : {'A', 'a', 'z', '\x7F', '\xE1'}) {
+        std::string key(24, other);
+        for (char &replaced : key) {
+            for (int byte = 0x01; byte <= 0xFF; ++byte) {
+                replaced = static_cast<char>(byte);
+                ASSERT_EQ(textmaps::builtin_hash(key.c_str()).hash, naive_hash(key))
+                    << testing::PrintToString(key);
+            }
+            replaced = other;
+        }
+    }
 }
 
 class MapHash : public MapTest {};

@@ -283,6 +283,25 @@ TYPED_TEST(ListNumberRead, AgreesWithTheStandardLibraryAndTheRangeOnEveryText)
     });
 }
 
+// A value ends with its memory here.
+TYPED_TEST(ListNumberRead, AgreesWithTheStandardLibraryAndTheRangeOnBytesAtRandom)
+{
+    RandomNumberBytes random;
+    for (int i = 0; i < 2000; ++i) {
+        const std::string bytes = random.next();
+        fill(this->map, {{"key", {bytes}}});
+        for (const auto &row : rows_of(this->map)) {
+            const std::optional<uint64_t> expected = parsed_bytes(row, bytes);
+            const Reading reading = row.get(&this->map, "key", 0, 0);
+            ASSERT_EQ(reading.result, expected ? 0 : ERANGE)
+                << row << ' ' << testing::PrintToString(bytes);
+            ASSERT_EQ(reading.value, expected.value_or(0))
+                << row << ' ' << testing::PrintToString(bytes);
+        }
+        ASSERT_EQ(TypeParam::erase(&this->map, "key"), 0);
+    }
+}
+
 TYPED_TEST(ListNumberRead, GivesWhatEveryNarrowArgumentWasCutTo)
 {
     this->for_each_plain_row([this](const auto &row) {

@@ -150,6 +150,20 @@ TEST_P(MapNumberStore, InsertStoresTheTextWithItsNul)
     }
 }
 
+TEST_P(MapNumberStore, ReplaceStoresNumbersOfEveryLengthSoThatTheyAreReadBack)
+{
+    for (const uint64_t value : numbers_of_every_length()) {
+        ASSERT_EQ(row.replace(&map, "key", value), 0);
+        const std::string text = rendered(row, value);
+        ASSERT_EQ(value_of(map, "key"), text) << value;
+        ASSERT_EQ(row.cmp(&map, "key", value), 0) << value;
+        const std::optional<uint64_t> expected = parsed(row, text.c_str());
+        const Reading reading = row.get(&map, "key", 0);
+        ASSERT_EQ(reading.result, expected ? 0 : ERANGE) << value;
+        ASSERT_EQ(reading.value, expected.value_or(0)) << value;
+    }
+}
+
 TEST_P(MapNumberStore, InsertLeavesAKeyThatIsThereAlone)
 {
     ASSERT_EQ(insert(map, "key", "anything"), 0);
@@ -252,6 +266,23 @@ TEST_P(MapNarrowNumber, ReadsBackWhatItStoresUnlessABoolIsNone)
         }
         EXPECT_EQ(reading.result, 0) << value;
         EXPECT_EQ(reading.value, kept(row, value)) << value;
+    }
+}
+
+TEST_P(MapNarrowNumber, IsReadInEveryBaseIfItLiesInTheRange)
+{
+    const auto lowest = static_cast<int>(row.parsing.lowest);
+    const auto highest = static_cast<int>(row.parsing.highest);
+    for (int number = lowest - 1000; number <= highest + 1000; ++number) {
+        for (const char *format : {"%s%d", "%s0%o", "%s0x%x"}) {
+            char text[16];
+            std::snprintf(text, sizeof text, format, number < 0 ? "-" : "", std::abs(number));
+            ASSERT_EQ(map_replace_str(&map, "key", text), 0);
+            const bool in_range = lowest <= number && number <= highest;
+            const Reading reading = row.get(&map, "key", 0);
+            ASSERT_EQ(reading.result, in_range ? 0 : ERANGE) << text;
+            ASSERT_EQ(reading.value, in_range ? widened(number) : 0) << text;
+        }
     }
 }
 
@@ -529,6 +560,26 @@ TEST_F(MapNumberText, WithoutANumberIsRefused)
         SCOPED_TRACE(row.name);
         for (const char *text : {"", " ", "+", "-", "x", "- 1", "0x", "\240", "\261"}) {
             EXPECT_EQ(read(row, text), refused) << testing::PrintToString(text);
+        }
+    }
+}
+
+// Behind the value lies the key's text: what was read there would go on with the number.
+TEST_F(MapNumberText, AtRandomIsReadAsTheStandardLibraryAndTheRangeHaveIt)
+{
+    // 32-bit targets are emulated.
+    const int texts = sizeof(void *) == 4 ? 20'000 : 100'000;
+    RandomNumberBytes random;
+    for (int i = 0; i < texts; ++i) {
+        const std::string bytes = random.next();
+        ASSERT_EQ(replace(map, "7", bytes), 0);
+        for (const Row &row : plain_rows()) {
+            const std::optional<uint64_t> expected = parsed_bytes(row, bytes);
+            const Reading reading = row.get(&map, "7", 0);
+            ASSERT_EQ(reading.result, expected ? 0 : ERANGE)
+                << row << ' ' << testing::PrintToString(bytes);
+            ASSERT_EQ(reading.value, expected.value_or(0))
+                << row << ' ' << testing::PrintToString(bytes);
         }
     }
 }

@@ -3,6 +3,7 @@
 #include "map_fixture.hpp"
 
 #include "map_internal.h"
+#include "table/table.hpp"
 
 #include <utility>
 
@@ -71,6 +72,17 @@ void expect_chain_to_be_held(Container &map, Node &first, Node &second, Node &la
     expect_found(walk_with(map, second.next, static_cast<Node *>(nullptr)), tail, &bucket);
     expect_found(walk_with(map, first_letter(last.key), *first.key), "no two keys are equal",
                  &last);
+}
+
+template <class Container, class Node>
+void expect_kept_hash_to_be_held(Container &map, Node &node)
+{
+    if (textmaps::keeps_hashes) {
+        auto &kept =
+            *reinterpret_cast<uint32_t *>(reinterpret_cast<char *>(&node) + textmaps::hash_offset);
+        expect_found(walk_with(map, kept, kept + map.hashsize),
+                     "the hash kept with a key is its hash", &node);
+    }
 }
 
 // In a container of two spellings of a key.
@@ -156,6 +168,14 @@ TEST_F(MapWalker, HoldsTheBucketOfAKey)
                  "a key is in the bucket of its hash", &entry);
 }
 
+TEST_F(MapWalker, HoldsTheHashKeptWithAKey)
+{
+    ASSERT_EQ(insert(map, "key", "value"), 0);
+    expect_kept_hash_to_be_held(map, *_map_entry(&map, "key"));
+    ASSERT_EQ(map_sethashfunc(&map, hash_length), 0);
+    expect_kept_hash_to_be_held(map, *_map_entry(&map, "key"));
+}
+
 TEST_F(MapWalker, TellsOfHiddenKeys)
 {
     ASSERT_EQ(insert(map, "key", "1"), 0);
@@ -224,6 +244,12 @@ TYPED_TEST(ListWalker, HoldsTheBucketOfAKey)
     auto &key = *TypeParam::entry(&this->map, "key");
     expect_found(walk_with(this->map, first_letter(key.key), 'x'),
                  "a key is in the bucket of its hash", &key);
+}
+
+TYPED_TEST(ListWalker, HoldsTheHashKeptWithAKey)
+{
+    fill(this->map, {{"key", {"value"}}});
+    expect_kept_hash_to_be_held(this->map, *TypeParam::entry(&this->map, "key"));
 }
 
 TYPED_TEST(ListWalker, TellsOfHiddenKeys)
