@@ -24,18 +24,19 @@ class Broken(Exception):
     """A container contradicts itself."""
 
 
-def typed_at(target, address, word):
-    pointers = gdb.lookup_type("void").pointer()
-    address = gdb.Value(address + word * pointers.sizeof)
-    return int(address.cast(target.pointer()).dereference())
+def word_at(address, word):
+    # Computed by GDB, for which an address that is wild is no overflow.
+    pointer = gdb.lookup_type("void").pointer()
+    return gdb.Value(address).cast(pointer.pointer()) + word
 
 
 def pointer_at(address, word=0):
-    return typed_at(gdb.lookup_type("void").pointer(), address, word)
+    return int(word_at(address, word).dereference())
 
 
 def uint32_at(address, word):
-    return typed_at(gdb.lookup_type("unsigned int"), address, word)
+    uint32 = gdb.lookup_type("unsigned int")
+    return int(word_at(address, word).cast(uint32.pointer()).dereference())
 
 
 def bytes_at(address, size):
@@ -100,10 +101,7 @@ def chain(head):
     """The nodes of the tail queue whose `first` and `last` are at the address."""
     link = head
     seen = set()
-    while True:
-        node = pointer_at(link)
-        if node == 0:
-            break
+    while node := pointer_at(link):
         if node in seen:
             raise Broken(f"{node:#x} comes again")
         if pointer_at(node, PREV) != link:
@@ -138,15 +136,15 @@ def counted(nodes, count, kind):
 def list_values(key):
     """The text of each value of a key node, and what is wrong with them."""
     try:
-        head = key + KEY_VALUES * gdb.lookup_type("void").pointer().sizeof
+        head = int(word_at(key, KEY_VALUES))
         for node in counted(checked_chain(head), uint32_at(key, KEY_COUNT), "value"):
             yield value_text(pointer_at(node, VALUE_DATA), uint32_at(node, VALUE_LEN))
     except (Broken, gdb.MemoryError) as error:
         yield f"<{error}>"
 
 
-class Map:
-    """How nodes of a map are read."""
+class MapNodes:
+    """How the nodes of a map are read."""
 
     value_name = "value"
 
@@ -163,8 +161,8 @@ class Map:
         return 1
 
 
-class Lists:
-    """How nodes of a multimap and of an arraymap are read."""
+class ListNodes:
+    """How the nodes of a multimap and of an arraymap are read."""
 
     value_name = "values"
 
@@ -190,7 +188,7 @@ class RecordPrinter:
         self.name = name
         self.nodes = nodes
         self.record = record
-        self.has_lists = nodes is Lists
+        self.has_lists = nodes is ListNodes
 
     def number(self, field):
         return int(self.record[field])
@@ -227,7 +225,8 @@ class RecordPrinter:
                 yield self.nodes.key(node), self.nodes.value(node)
                 values += self.nodes.count(node)
             if self.has_lists and values != self.number("numvalues"):
-                raise Broken(f"{number_of('value', values)}, but {self.number('numvalues')} counted")
+                found = number_of("value", values)
+                raise Broken(f"{found}, but {self.number('numvalues')} counted")
         except (Broken, gdb.MemoryError) as error:
             yield "<error>", f"<{error}>"
 
@@ -252,6 +251,10 @@ class KeyPrinter:
 
     def children(self):
         yield "key", key_text(int(self.key["key"]))
+        if self.key.address is None:
+            # A copy that GDB holds: no list leads back to it.
+            yield "count", self.key["count"]
+            return
         for position, value in enumerate(list_values(int(self.key.address))):
             yield f"[{position}]", value
 
@@ -295,15 +298,18 @@ class MultimapValueIteratorPrinter:
     def __init__(self, iterator):
         self.iterator = iterator
 
+    def is_on_value(self):
+        return self.iterator["map"] != 0 and self.iterator["node"] != 0
+
     def to_string(self):
         if self.iterator["map"] == 0:
             return "multimap value iterator, not started"
-        if self.iterator["node"] == 0:
+        if not self.is_on_value():
             return "multimap value iterator, no such key"
         return "multimap value iterator"
 
     def children(self):
-        if self.iterator["node"] != 0:
+        if self.is_on_value():
             node = self.iterator["node"]
             yield "key", key_text(int(self.iterator["key"]))
             yield "value", value_text(int(node["data"]), int(node["len"]))
@@ -313,20 +319,23 @@ class ArraymapValueIteratorPrinter:
     def __init__(self, iterator):
         self.iterator = iterator
 
+    def has_key(self):
+        return self.iterator["map"] != 0 and self.iterator["key"] != 0
+
     def is_at_end(self):
         return self.iterator["position"] >= self.iterator["key"]["count"]
 
     def to_string(self):
         if self.iterator["map"] == 0:
             return "arraymap value iterator, not started"
-        if self.iterator["node"] == 0:
+        if not self.has_key():
             return "arraymap value iterator, no such key"
         if self.is_at_end():
             return "arraymap value iterator at the end"
         return f"arraymap value iterator at position {int(self.iterator['position'])}"
 
     def children(self):
-        if self.iterator["node"] != 0 and not self.is_at_end():
+        if self.has_key() and not self.is_at_end():
             node = self.iterator["node"]
             yield "key", key_text(int(self.iterator["key"]["key"]))
             yield "value", value_text(int(node["data"]), int(node["len"]))
@@ -346,9 +355,9 @@ class Collection(gdb.printing.PrettyPrinter):
         super().__init__("textmaps", [])
         record = "maxkeys numkeys casekeys hashsize hashfunc buckets"
         lists = record + " maxvalues numvalues"
-        self.add("map", record, partial(RecordPrinter, "map", Map))
-        self.add("multimap", lists, partial(RecordPrinter, "multimap", Lists))
-        self.add("arraymap", lists, partial(RecordPrinter, "arraymap", Lists))
+        self.add("map", record, partial(RecordPrinter, "map", MapNodes))
+        self.add("multimap", lists, partial(RecordPrinter, "multimap", ListNodes))
+        self.add("arraymap", lists, partial(RecordPrinter, "arraymap", ListNodes))
 
         self.add("map_entry", "next prev value valuesz key", EntryPrinter)
         self.add("multimap_key", "next prev key count values", KeyPrinter)
@@ -356,9 +365,9 @@ class Collection(gdb.printing.PrettyPrinter):
         self.add("arraymap_key", "next prev key count values", KeyPrinter)
         self.add("arraymap_value", "next prev data len index", ValuePrinter)
 
-        self.add_key_iterator("map_iter", "map iterator", Map, "entry")
-        self.add_key_iterator("multimap_key_iter", "multimap key iterator", Lists, "node")
-        self.add_key_iterator("arraymap_key_iter", "arraymap key iterator", Lists, "node")
+        self.add_key_iterator("map_iter", "map iterator", MapNodes, "entry")
+        self.add_key_iterator("multimap_key_iter", "multimap key iterator", ListNodes, "node")
+        self.add_key_iterator("arraymap_key_iter", "arraymap key iterator", ListNodes, "node")
         self.add("multimap_value_iter", "map key node", MultimapValueIteratorPrinter)
         self.add("arraymap_value_iter", "map position key node", ArraymapValueIteratorPrinter)
 

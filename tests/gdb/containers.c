@@ -184,8 +184,8 @@ static void fill_arraymaps(void)
 }
 
 static map_t cyclic, back_link, last_link, wild_next, wild_key, wild_value, too_few, too_many;
-static map_t no_buckets, wild_buckets, garbage;
-static map_iter_t wild_iterator;
+static map_t no_buckets, wild_buckets, garbage, ones;
+static map_iter_t iterator_of_wild_map, iterator_on_wild_entry;
 
 static map_entry_t *first_entry(const map_t *map)
 {
@@ -222,9 +222,12 @@ static void break_maps(void)
     must(map_init(&wild_buckets));
     wild_buckets.buckets = wild;
     memset(&garbage, 0x11, sizeof garbage);
+    memset(&ones, 0xFF, sizeof ones);
 
-    wild_iterator.map = wild;
-    wild_iterator.entry = wild;
+    iterator_of_wild_map.map = wild;
+    iterator_of_wild_map.entry = wild;
+    iterator_on_wild_entry.map = &values;
+    iterator_on_wild_entry.entry = wild;
 }
 
 static multimap_t short_list, key_cycle;

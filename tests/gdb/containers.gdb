@@ -38,6 +38,8 @@ print *service
 print *port
 print *route
 print *hop
+set $copy = *service
+print $copy
 
 # Iterators.
 print map_unstarted
@@ -69,7 +71,9 @@ print too_many
 print no_buckets
 print wild_buckets
 print garbage
-print wild_iterator
+print ones
+print iterator_of_wild_map
+print iterator_on_wild_entry
 print short_list
 print key_cycle
 print long_list
