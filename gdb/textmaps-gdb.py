@@ -118,7 +118,7 @@ def checked_chain(head, place=""):
     try:
         yield from chain(head)
     except (Broken, gdb.MemoryError) as error:
-        raise Broken(f"broken chain{place}: {error}") from None
+        raise Broken(f"broken chain{place}: {error}")
 
 
 def counted(nodes, count, kind):
@@ -194,7 +194,7 @@ class RecordPrinter:
         return int(self.record[field])
 
     def to_string(self):
-        if self.number("buckets") == 0 and self.number("hashsize") == 0:
+        if self.number("hashsize") == 0:
             return f"released {self.name}"
         text = f"{self.name} of {number_of('key', self.number('numkeys'))}"
         if self.has_lists:
@@ -278,8 +278,7 @@ class KeyIteratorPrinter:
         self.node = int(iterator[node_field])
 
     def is_on_key(self):
-        in_table = self.map != 0 and self.iterator["bucket"] < self.map["hashsize"]
-        return in_table and self.node != 0
+        return self.map != 0 and self.iterator["bucket"] < self.map["hashsize"]
 
     def to_string(self):
         if self.map == 0:

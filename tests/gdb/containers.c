@@ -31,16 +31,15 @@ static uint32_t one_bucket(const void *container, const char *key)
 /* What nothing can be read from. */
 static void *const wild = (void *)64;
 
-/* A text behind which nothing can be read. */
-static const char *at_the_end_of_memory(const char *text)
+/* Behind these bytes nothing can be read. */
+static void *at_the_end_of_memory(size_t size)
 {
-    const size_t size = strlen(text) + 1;
     const size_t page = (size_t)sysconf(_SC_PAGESIZE);
     char *pages = mmap(NULL, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (pages == MAP_FAILED || munmap(pages + page, page) != 0) {
         abort();
     }
-    return memcpy(pages + page - size, text, size);
+    return pages + page - size;
 }
 
 static map_t values, keys, settings, released;
@@ -86,13 +85,17 @@ static void fill_maps(void)
 
     must(map_init(&keys));
     must(map_sethashfunc(&keys, one_bucket));
-    must(map_insert_int(&keys, "", 1));
-    must(map_insert_int(&keys, "\"\\\n\033\200", 2));
-    must(map_insert_int(&keys, text, 3));
-    text[200] = 'x';
+    must(map_insert_int(&keys, "at the end", 1));
+    must(map_insert_int(&keys, "no NUL", 2));
+    must(map_insert_int(&keys, "\"\\\n\033\200", 3));
     must(map_insert_int(&keys, text, 4));
-    must(map_insert_int(&keys, "last", 5));
-    ((map_entry_t *)keys.buckets[1].first)->key = at_the_end_of_memory("where memory ends");
+    text[200] = 'x';
+    must(map_insert_int(&keys, text, 5));
+    must(map_insert_int(&keys, "", 6));
+    map_entry_t *first = keys.buckets[1].first;
+    first->key = strcpy(at_the_end_of_memory(sizeof "where memory ends"), "where memory ends");
+    /* A debugger that reads aligned pieces of 64 bytes comes to 200 and no further. */
+    first->next->key = memset(at_the_end_of_memory(264), 'x', 264);
 
     must(map_init(&settings));
     must(map_sethashsize(&settings, 1));
@@ -183,7 +186,8 @@ static void fill_arraymaps(void)
     hop = position_1.node;
 }
 
-static map_t cyclic, back_link, last_link, wild_next, wild_key, wild_value, too_few, too_many;
+static map_t cyclic, back_link, last_link, wild_next, torn_next;
+static map_t wild_key, wild_value, too_few, too_many;
 static map_t no_buckets, wild_buckets, garbage, ones;
 static map_iter_t iterator_of_wild_map, iterator_on_wild_entry;
 
@@ -203,7 +207,7 @@ static void fill_to_break(map_t *map)
 
 static void break_maps(void)
 {
-    map_t *const maps[] = {&cyclic,   &back_link,  &last_link, &wild_next,
+    map_t *const maps[] = {&cyclic,   &back_link,  &last_link, &wild_next, &torn_next,
                            &wild_key, &wild_value, &too_few,   &too_many};
     for (size_t i = 0; i < sizeof maps / sizeof *maps; ++i) {
         fill_to_break(maps[i]);
@@ -212,6 +216,8 @@ static void break_maps(void)
     first_entry(&back_link)->next->prev = NULL;
     last_link.buckets[1].last = last_link.buckets;
     first_entry(&wild_next)->next->next = wild;
+    first_entry(&torn_next)->next->next = at_the_end_of_memory(2 * sizeof(void *));
+    first_entry(&torn_next)->next->next->prev = &first_entry(&torn_next)->next->next;
     first_entry(&wild_key)->key = wild;
     first_entry(&wild_value)->value = wild;
     too_few.numkeys = 2;

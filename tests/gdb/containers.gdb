@@ -64,6 +64,7 @@ print cyclic
 print back_link
 print last_link
 print wild_next
+print torn_next
 print wild_key
 print wild_value
 print too_few
