@@ -14,6 +14,12 @@ if(NOT TEXTMAPS_PLATFORM_ADDRKIT)
           COMPONENT textmaps_development)
 endif()
 
+# GDB looks for what belongs to a library under the library's path, in a directory of its own.
+install(FILES gdb/textmaps-gdb.py
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/gdb/auto-load${CMAKE_INSTALL_FULL_LIBDIR}
+        RENAME $<TARGET_FILE_NAME:textmaps>-gdb.py
+        COMPONENT textmaps_development)
+
 # A subproject's documentation directory is that of the project around it.
 if(top_level)
   install(FILES README.md CHANGELOG.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR}

@@ -10,7 +10,7 @@ endforeach()
 # What dpkg-shlibdeps does not tell: of another architecture's libc, the version that is asked for, and
 # a platform's address library.
 if(NOT CPACK_DEBIAN_TEXTMAPS_RUNTIME_PACKAGE_SHLIBDEPS)
-  file(GLOB_RECURSE library ${CPACK_TEMPORARY_INSTALL_DIRECTORY}/*.so.*.*)
+  file(GLOB_RECURSE library ${CPACK_TEMPORARY_INSTALL_DIRECTORY}/*.so.*.*[0-9])
   execute_process(COMMAND ${CPACK_READELF_EXECUTABLE} --version-info ${library}
                   OUTPUT_VARIABLE versions COMMAND_ERROR_IS_FATAL ANY)
   string(REGEX MATCHALL "GLIBC_[0-9.]+" versions "${versions}")

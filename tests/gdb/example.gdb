@@ -1,0 +1,5 @@
+# What docs/debugging.md shows.
+set print pretty on
+print *settings
+print *services
+print *routes
