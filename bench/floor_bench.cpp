@@ -42,6 +42,16 @@ class blocks {
             list_.push_back(make_block(one));
         }
     }
+    // Copies of other blocks.
+    blocks(const std::vector<void *> &of, const std::vector<std::size_t> &block_sizes)
+    {
+        list_.reserve(of.size());
+        auto size = block_sizes.begin();
+        for (const void *block : of) {
+            list_.push_back(std::memcpy(std::malloc(*size), block, *size));
+            ++size;
+        }
+    }
     blocks(const blocks &) = delete;
     blocks &operator=(const blocks &) = delete;
     ~blocks()
@@ -57,13 +67,6 @@ class blocks {
             ordered.push_back(list_[position]);
         }
         list_ = std::move(ordered);
-    }
-    void free_all()
-    {
-        for (void *block : list_) {
-            std::free(block);
-        }
-        list_.clear();
     }
     std::vector<void *> &list()
     {
@@ -109,45 +112,27 @@ std::vector<std::size_t> table_order(std::size_t count)
 void fill(benchmark::State &state, std::size_t count)
 {
     const auto list = items(count);
-    const std::size_t passes = tables_for(count);
-    for (auto _ : state) {
-        settle_heap();
-        std::vector<std::unique_ptr<blocks>> made;
-        const stopwatch watch;
-        for (std::size_t i = 0; i < passes; ++i) {
-            made.push_back(std::make_unique<blocks>(list));
-        }
-        state.SetIterationTime(watch.seconds());
-    }
-    report_keys(state, passes * count);
+    time_changes(
+        state, count, [] { return std::unique_ptr<blocks>(); },
+        [=](std::unique_ptr<blocks> &made) { made = std::make_unique<blocks>(list); });
 }
 
-// use(blocks) is timed, with the blocks in the order of the keys to look up, or of the table.
+// The blocks of all items, in the order given.
 template <class Use>
-void time_changes(benchmark::State &state, std::size_t count, const std::vector<std::size_t> &order,
-                  Use use)
+void change(benchmark::State &state, std::size_t count, const std::vector<std::size_t> &order,
+            Use use)
 {
-    const auto list = items(count);
-    const std::size_t passes = tables_for(count);
-    for (auto _ : state) {
-        settle_heap();
-        std::vector<std::unique_ptr<blocks>> made;
-        for (std::size_t i = 0; i < passes; ++i) {
-            made.push_back(std::make_unique<blocks>(list));
-            made.back()->reorder(order);
-        }
-        const stopwatch watch;
-        for (auto &one : made) {
-            use(*one);
-        }
-        state.SetIterationTime(watch.seconds());
-    }
-    report_keys(state, passes * count);
+    const auto make = [&] {
+        auto made = std::make_unique<blocks>(items(count));
+        made->reorder(order);
+        return made;
+    };
+    time_changes(state, count, make, use);
 }
 
-void free_blocks(blocks &of)
+void free_blocks(std::unique_ptr<blocks> &of)
 {
-    of.free_all();
+    of.reset();
 }
 
 void replace(benchmark::State &state, std::size_t count)
@@ -157,8 +142,8 @@ void replace(benchmark::State &state, std::size_t count)
     for (const std::size_t position : order) {
         list.push_back(items(count)[position]);
     }
-    time_changes(state, count, order, [&](blocks &of) {
-        auto block = of.list().begin();
+    change(state, count, order, [&](std::unique_ptr<blocks> &of) {
+        auto block = of->list().begin();
         for (const item &one : list) {
             void *made = make_block(one);
             std::free(*block);
@@ -176,23 +161,11 @@ void copy(benchmark::State &state, std::size_t count)
     }
     blocks source(items(count));
     source.reorder(order);
-    const std::size_t passes = tables_for(count);
-    for (auto _ : state) {
-        settle_heap();
-        std::vector<void *> copies(passes * count);
-        auto next = copies.begin();
-        const stopwatch watch;
-        for (std::size_t i = 0; i < passes; ++i) {
-            auto bytes = block_sizes.begin();
-            for (const void *block : source.list()) {
-                *next++ = std::memcpy(std::malloc(*bytes), block, *bytes);
-                ++bytes;
-            }
-        }
-        state.SetIterationTime(watch.seconds());
-        std::for_each(copies.begin(), copies.end(), std::free);
-    }
-    report_keys(state, passes * count);
+    time_changes(
+        state, count, [] { return std::unique_ptr<blocks>(); },
+        [&](std::unique_ptr<blocks> &made) {
+            made = std::make_unique<blocks>(source.list(), block_sizes);
+        });
 }
 
 // A filled map, read by its fields.
@@ -225,21 +198,6 @@ class open_map {
     map_t map_;
 };
 
-template <class Pass>
-void time_passes(benchmark::State &state, std::size_t count, Pass pass)
-{
-    const std::size_t passes = tables_for(count);
-    pass();
-    for (auto _ : state) {
-        const stopwatch watch;
-        for (std::size_t i = 0; i < passes; ++i) {
-            pass();
-        }
-        state.SetIterationTime(watch.seconds());
-    }
-    report_keys(state, passes * count);
-}
-
 // The bucket, the entry and its key, with nothing compared: how far an entry lies behind the first of
 // its chain is known beforehand.
 void hit(benchmark::State &state, std::size_t count)
@@ -253,7 +211,7 @@ void hit(benchmark::State &state, std::size_t count)
     for (const char *key : keys) {
         distances.push_back(address(map.entry(key)) - address(map.first_for(key)));
     }
-    time_passes(state, count, [&] {
+    time_reading(state, count, [&] {
         auto distance = distances.begin();
         for (const char *key : keys) {
             const auto *entry =
@@ -269,7 +227,7 @@ void miss(benchmark::State &state, std::size_t count)
 {
     const open_map map(count);
     const key_list keys = absent_keys(count);
-    time_passes(state, count, [&] {
+    time_reading(state, count, [&] {
         for (const char *key : keys) {
             const auto *entry = static_cast<const map_entry_t *>(map.first_for(key));
             for (; entry != nullptr; entry = entry->next) {
@@ -284,23 +242,19 @@ void miss(benchmark::State &state, std::size_t count)
 void add_floor_benchmarks()
 {
     for (const std::size_t count : sizes) {
-        const auto add = [=](const char *operation, auto body) {
-            add_benchmark(operation, floor_name, count, count * tables_for(count),
-                          [=](benchmark::State &state) { body(state, count); });
-        };
         const auto free_in_table_order = [](benchmark::State &state, std::size_t n) {
-            time_changes(state, n, table_order(n), free_blocks);
+            change(state, n, table_order(n), free_blocks);
         };
-        add("fill", fill);
-        add("hit", hit);
-        add("miss", miss);
-        add("replace-equal", replace);
-        add("erase", [](benchmark::State &state, std::size_t n) {
-            time_changes(state, n, shuffled_order(n), free_blocks);
+        add_benchmark("fill", floor_name, count, fill);
+        add_benchmark("hit", floor_name, count, hit);
+        add_benchmark("miss", floor_name, count, miss);
+        add_benchmark("replace-equal", floor_name, count, replace);
+        add_benchmark("erase", floor_name, count, [](benchmark::State &state, std::size_t n) {
+            change(state, n, shuffled_order(n), free_blocks);
         });
-        add("clear", free_in_table_order);
-        add("destroy", free_in_table_order);
-        add("copy", copy);
+        add_benchmark("clear", floor_name, count, free_in_table_order);
+        add_benchmark("destroy", floor_name, count, free_in_table_order);
+        add_benchmark("copy", floor_name, count, copy);
     }
 }
 

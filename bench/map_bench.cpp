@@ -1,8 +1,10 @@
 // The map side by side with what users would pick instead.
+#include "maps/absl_map.hpp"
+#include "maps/boost_map.hpp"
 #include "maps/glib_map.hpp"
 #include "maps/llvm_map.hpp"
 #include "maps/plain_map.hpp"
-#include "maps/standard_maps.hpp"
+#include "maps/standard_map.hpp"
 #include "maps/textmaps_map.hpp"
 #include "maps/uthash_map.hpp"
 #include "measure.hpp"
@@ -17,9 +19,6 @@ constexpr std::size_t dump_size = 10'000;
 // The table that map_init makes, with chains of 32 and of 1,000 keys.
 constexpr std::size_t default_buckets = 32;
 constexpr std::size_t long_chains[] = {32 * default_buckets, 1'000 * default_buckets};
-
-template <class Map>
-using tables = std::vector<std::unique_ptr<Map>>;
 
 template <class Map>
 void insert_all(Map &map, std::span<const item> list)
@@ -37,48 +36,12 @@ std::unique_ptr<Map> filled(std::size_t count)
     return map;
 }
 
-// Each pass has tables of its own, made by make(count); use(table) is timed.
-template <class Map, class Make, class Use>
-void time_changes(benchmark::State &state, std::size_t count, Make make, Use use)
-{
-    const std::size_t passes = tables_for(count);
-    for (auto _ : state) {
-        settle_heap();
-        tables<Map> maps;
-        for (std::size_t i = 0; i < passes; ++i) {
-            maps.push_back(make(count));
-        }
-        const stopwatch watch;
-        for (auto &map : maps) {
-            use(map);
-        }
-        state.SetIterationTime(watch.seconds());
-    }
-    report_keys(state, passes * count);
-}
-
-// All passes read the same table, the first one untimed.
-template <class Map, class Use>
-void time_reading(benchmark::State &state, const Map &map, std::size_t count, Use use)
-{
-    const std::size_t passes = tables_for(count);
-    use(map);
-    for (auto _ : state) {
-        const stopwatch watch;
-        for (std::size_t i = 0; i < passes; ++i) {
-            use(map);
-        }
-        state.SetIterationTime(watch.seconds());
-    }
-    report_keys(state, passes * count);
-}
-
 template <class Map>
 void look_up(benchmark::State &state, const Map &map, const key_list &keys)
 {
-    time_reading(state, map, keys.size(), [&](const Map &in) {
+    time_reading(state, keys.size(), [&] {
         for (const char *key : keys) {
-            benchmark::DoNotOptimize(in.find(key));
+            benchmark::DoNotOptimize(map.find(key));
         }
     });
 }
@@ -87,19 +50,26 @@ void look_up(benchmark::State &state, const Map &map, const key_list &keys)
 template <class Map>
 void fill(benchmark::State &state, std::size_t count)
 {
-    time_changes<Map>(
-        state, count, [](std::size_t) { return nullptr; },
-        [list = items(count)](std::unique_ptr<Map> &map) {
+    const auto list = items(count);
+    time_changes(
+        state, count, [] { return std::unique_ptr<Map>(); },
+        [=](std::unique_ptr<Map> &map) {
             map = std::make_unique<Map>(list.size());
             insert_all(*map, list);
         });
 }
 
-// Replaces all values in shuffled order, by values of equal length or of 8 more.
-template <class Map>
-void replace(benchmark::State &state, std::size_t count, std::uint32_t longer)
+template <class Map, class Use>
+void change(benchmark::State &state, std::size_t count, Use use)
 {
-    const std::string added(longer, '+');
+    time_changes(
+        state, count, [=] { return filled<Map>(count); }, use);
+}
+
+// Replaces all values in shuffled order, by values of equal length or with `added` behind them.
+template <class Map>
+void replace(benchmark::State &state, std::size_t count, const std::string &added)
+{
     std::vector<std::string> values;
     for (const item &one : items(count)) {
         values.push_back(one.value + added);
@@ -110,7 +80,7 @@ void replace(benchmark::State &state, std::size_t count, std::uint32_t longer)
             {items(count)[i].key, values[i].c_str(), static_cast<std::uint32_t>(values[i].size())});
     }
     shuffle(replacements);
-    time_changes<Map>(state, count, filled<Map>, [&](std::unique_ptr<Map> &map) {
+    change<Map>(state, count, [&](std::unique_ptr<Map> &map) {
         for (const item &one : replacements) {
             map->replace(one);
         }
@@ -121,7 +91,7 @@ template <class Map>
 void erase(benchmark::State &state, std::size_t count)
 {
     const key_list keys = present_keys(count);
-    time_changes<Map>(state, count, filled<Map>, [&](std::unique_ptr<Map> &map) {
+    change<Map>(state, count, [&](std::unique_ptr<Map> &map) {
         for (const char *key : keys) {
             map->erase(key);
         }
@@ -132,16 +102,18 @@ template <class Map>
 void copy(benchmark::State &state, std::size_t count)
 {
     const auto source = filled<Map>(count);
-    time_changes<Map>(state, count, std::make_unique<Map, std::size_t &>,
-                      [&](std::unique_ptr<Map> &map) { map->copy_from(*source); });
+    time_changes(
+        state, count, [=] { return std::make_unique<Map>(count); },
+        [&](std::unique_ptr<Map> &map) { map->copy_from(*source); });
 }
 
 template <class Map>
 void iterate(benchmark::State &state, std::size_t count)
 {
-    time_reading(state, *filled<Map>(count), count, [](const Map &map) {
+    const auto map = filled<Map>(count);
+    time_reading(state, count, [&] {
         std::size_t sum = 0;
-        map.visit([&](const char *key, const char *, std::uint32_t length) {
+        map->visit([&](const char *key, const char *, std::uint32_t length) {
             sum += static_cast<unsigned char>(*key) + length;
         });
         benchmark::DoNotOptimize(sum);
@@ -151,67 +123,75 @@ void iterate(benchmark::State &state, std::size_t count)
 template <class Map>
 void equal(benchmark::State &state, std::size_t count)
 {
+    const auto map = filled<Map>(count);
     const auto other = filled<Map>(count);
-    time_reading(state, *filled<Map>(count), count,
-                 [&](const Map &map) { benchmark::DoNotOptimize(map.equals(*other)); });
+    time_reading(state, count, [&] { benchmark::DoNotOptimize(map->equals(*other)); });
 }
 
 template <class Map>
 void dump(benchmark::State &state, std::size_t count)
 {
+    const auto map = filled<Map>(count);
     std::FILE *nowhere = std::fopen("/dev/null", "w");
-    time_reading(state, *filled<Map>(count), count, [&](const Map &map) { map.dump(nowhere); });
+    time_reading(state, count, [&] { map->dump(nowhere); });
     std::fclose(nowhere);
+}
+
+// What the allocator gave for a full table.
+template <class Map>
+void weigh(benchmark::State &state, std::size_t count)
+{
+    for (auto _ : state) {
+        const std::size_t before = mallinfo2().uordblks;
+        const auto map = filled<Map>(count);
+        state.counters["bytes"] = static_cast<double>(mallinfo2().uordblks - before);
+        state.SetIterationTime(0);
+    }
 }
 
 template <class Map>
 void add_map()
 {
-    const auto add = [](const char *operation, std::size_t count, std::size_t keys, auto body) {
-        add_benchmark(operation, Map::name, count, keys, body);
-    };
+    const std::string name = Map::name;
     for (const std::size_t count : sizes) {
-        const auto add_for_size = [=](const char *operation, auto body) {
-            add(operation, count, count * tables_for(count),
-                [=](benchmark::State &state) { body(state, count); });
-        };
-        add_for_size("fill", fill<Map>);
-        add_for_size("hit", [](auto &state, std::size_t n) {
+        add_benchmark("fill", name, count, fill<Map>);
+        add_benchmark("hit", name, count, [](benchmark::State &state, std::size_t n) {
             look_up(state, *filled<Map>(n), present_keys(n));
         });
-        add_for_size("miss", [](auto &state, std::size_t n) {
+        add_benchmark("miss", name, count, [](benchmark::State &state, std::size_t n) {
             look_up(state, *filled<Map>(n), absent_keys(n));
         });
-        add_for_size("replace-equal",
-                     [](auto &state, std::size_t n) { replace<Map>(state, n, 0); });
-        add_for_size("replace-other",
-                     [](auto &state, std::size_t n) { replace<Map>(state, n, 8); });
-        add_for_size("erase", erase<Map>);
-        add_for_size("iterate", iterate<Map>);
-        add_for_size("clear", [](auto &state, std::size_t n) {
-            time_changes<Map>(state, n, filled<Map>, [](auto &map) { map->clear(); });
+        add_benchmark("replace-equal", name, count,
+                      [](benchmark::State &state, std::size_t n) { replace<Map>(state, n, ""); });
+        add_benchmark("replace-other", name, count, [](benchmark::State &state, std::size_t n) {
+            replace<Map>(state, n, " or other");
         });
-        add_for_size("destroy", [](auto &state, std::size_t n) {
-            time_changes<Map>(state, n, filled<Map>, [](auto &map) { map.reset(); });
+        add_benchmark("erase", name, count, erase<Map>);
+        add_benchmark("iterate", name, count, iterate<Map>);
+        add_benchmark("clear", name, count, [](benchmark::State &state, std::size_t n) {
+            change<Map>(state, n, [](std::unique_ptr<Map> &map) { map->clear(); });
         });
-        add_for_size("copy", copy<Map>);
-        add_for_size("equal", equal<Map>);
+        add_benchmark("destroy", name, count, [](benchmark::State &state, std::size_t n) {
+            change<Map>(state, n, [](std::unique_ptr<Map> &map) { map.reset(); });
+        });
+        add_benchmark("copy", name, count, copy<Map>);
+        add_benchmark("equal", name, count, equal<Map>);
+        add_benchmark("memory", name, count, 1, weigh<Map>);
     }
-    add("dump", dump_size, keys_in_a_run,
-        [](benchmark::State &state) { dump<Map>(state, dump_size); });
+    add_benchmark("dump", name, dump_size, 1, dump<Map>);
 }
 
-// Chains as long as the default table's: the keys looked up are a sample.
+// Look-ups in the default table, of a sample of its keys.
 template <class Map>
 void add_long_chains()
 {
     constexpr std::size_t sample = 1'000;
     for (const std::size_t count : long_chains) {
-        add_benchmark("hit-32-buckets", Map::name, count, keys_in_a_run / 2,
-                      [=](benchmark::State &state) {
+        add_benchmark("hit-32-buckets", Map::name, count, 10,
+                      [](benchmark::State &state, std::size_t n) {
                           Map map(default_buckets);
-                          insert_all(map, items(count));
-                          look_up(state, map, key_list(items(count), sample));
+                          insert_all(map, items(n));
+                          look_up(state, map, key_list(items(n), sample));
                       });
     }
 }

@@ -64,16 +64,62 @@ inline void report_keys(benchmark::State &state, std::size_t keys_in_a_pass)
     state.counters["keys"] = static_cast<double>(keys_in_a_pass);
 }
 
-// "OPERATION/CANDIDATE/KEYS". `keys` are those that a pass goes through.
+// Each pass has subjects of its own, made by make(); use(subject) is timed, and goes through `count`
+// keys.
+template <class Make, class Use>
+void time_changes(benchmark::State &state, std::size_t count, Make make, Use use)
+{
+    const std::size_t passes = tables_for(count);
+    for (auto _ : state) {
+        settle_heap();
+        std::vector<decltype(make())> subjects;
+        for (std::size_t i = 0; i < passes; ++i) {
+            subjects.push_back(make());
+        }
+        const stopwatch watch;
+        for (auto &subject : subjects) {
+            use(subject);
+        }
+        state.SetIterationTime(watch.seconds());
+    }
+    report_keys(state, passes * count);
+}
+
+// All passes read the same, the first one untimed; read() goes through `count` keys.
+template <class Read>
+void time_reading(benchmark::State &state, std::size_t count, Read read)
+{
+    const std::size_t passes = tables_for(count);
+    read();
+    for (auto _ : state) {
+        const stopwatch watch;
+        for (std::size_t i = 0; i < passes; ++i) {
+            read();
+        }
+        state.SetIterationTime(watch.seconds());
+    }
+    report_keys(state, passes * count);
+}
+
+// body(state, count) is run as "OPERATION/CANDIDATE/COUNT", with `passes` in a run.
 template <class Body>
 void add_benchmark(const std::string &operation, const std::string &candidate, std::size_t count,
-                   std::size_t keys, Body body)
+                   std::size_t passes, Body body)
 {
     const auto name = operation + '/' + candidate + '/' + std::to_string(count);
-    benchmark::RegisterBenchmark(name.c_str(), body)
+    benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State &state) { body(state, count); })
         ->UseManualTime()
-        ->Iterations(
-            static_cast<benchmark::IterationCount>(std::max<std::size_t>(1, keys_in_a_run / keys)));
+        ->Iterations(static_cast<benchmark::IterationCount>(passes));
+}
+
+// With as many passes as a run has time for.
+template <class Body>
+void add_benchmark(const std::string &operation, const std::string &candidate, std::size_t count,
+                   Body body)
+{
+    const std::size_t keys = count * tables_for(count);
+    add_benchmark(operation, candidate, count, std::max<std::size_t>(1, keys_in_a_run / keys),
+                  body);
 }
 
 } // namespace bench

@@ -1,7 +1,7 @@
 // Typed writes, each over a value that is there, and typed reads: every row of the map, and for
 // 32-bit numbers what users would write without it.
 #include "benchmarks.hpp"
-#include "keys.hpp"
+#include "maps/common.hpp"
 #include "measure.hpp"
 #include "plain_map.h"
 
@@ -11,12 +11,14 @@
 #include <glib.h>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 namespace bench {
 
 namespace {
 
 constexpr std::size_t sizes[] = {1'000, 10'000};
+constexpr std::size_t row_size = sizes[0];
 
 // Of every length.
 std::uint64_t number(std::size_t i)
@@ -160,15 +162,9 @@ template <class Store, class Value, class Write, class Pass>
 void time_store(benchmark::State &state, const std::vector<Value> &values, Write write, Pass pass)
 {
     const key_list keys = present_keys(values.size());
-    Store store(static_cast<std::uint32_t>(1) << 14);
+    Store store(buckets_for(values.size()));
     write_all(keys, values, [&](const char *key, const Value &value) { write(store, key, value); });
-    settle_heap();
-    for (auto _ : state) {
-        const stopwatch watch;
-        pass(store, keys);
-        state.SetIterationTime(watch.seconds());
-    }
-    report_keys(state, values.size());
+    time_reading(state, values.size(), [&] { pass(store, keys); });
 }
 
 // write(store, key, value) and read(store, key, out) of a row.
@@ -176,13 +172,13 @@ template <class Store, class Output, class Value, class Write, class Read>
 void add_row(const std::string &row, const std::vector<Value> &values, Write write, Read read)
 {
     const std::size_t count = values.size();
-    add_benchmark("write-" + row, Store::name, count, count, [=](benchmark::State &state) {
+    add_benchmark("write-" + row, Store::name, count, [=](benchmark::State &state, std::size_t) {
         time_store<Store>(state, values, write, [&](Store &store, const key_list &keys) {
             write_all(keys, values,
                       [&](const char *key, const Value &value) { write(store, key, value); });
         });
     });
-    add_benchmark("read-" + row, Store::name, count, count, [=](benchmark::State &state) {
+    add_benchmark("read-" + row, Store::name, count, [=](benchmark::State &state, std::size_t) {
         time_store<Store>(state, values, write, [&](Store &store, const key_list &keys) {
             read_all<Output>(keys, [&](const char *key, Output *out) { read(store, key, out); });
         });
@@ -210,6 +206,100 @@ void add_uint32(std::size_t count)
         [](const Store &store, const char *key, std::uint32_t *out) { store.read(key, out); });
 }
 
+// A row of the map by its two functions.
+template <class Argument, class Value, class Output, class Pass>
+void add_map_row(const char *row, int (*replace)(map_t *, const char *, Argument),
+                 int (*get)(const map_t *, const char *, Output *), const std::vector<Value> &list,
+                 Pass pass)
+{
+    add_row<textmaps_store, Output>(
+        row, list,
+        [=](textmaps_store &store, const char *key, const Value &value) {
+            replace(store.map(), key, pass(value));
+        },
+        [=](textmaps_store &store, const char *key, Output *out) { get(store.map(), key, out); });
+}
+
+template <class Argument, class Output>
+void add_number(const char *row, int (*replace)(map_t *, const char *, Argument),
+                int (*get)(const map_t *, const char *, Output *), std::uint64_t mask = UINT64_MAX)
+{
+    const auto list = values<Argument>(
+        row_size, [=](std::size_t i) { return static_cast<Argument>(number(i) & mask); });
+    add_map_row(row, replace, get, list, [](Argument value) { return value; });
+}
+
+template <class Record>
+void add_address(const char *row, int (*replace)(map_t *, const char *, const Record *),
+                 int (*get)(const map_t *, const char *, Record *), Record (*make)(std::size_t))
+{
+    add_map_row(row, replace, get, values<Record>(row_size, make),
+                [](const Record &value) { return &value; });
+}
+
+macaddr_t make_macaddr(std::size_t i)
+{
+    macaddr_t address;
+    const std::uint64_t bits = number(i);
+    std::memcpy(address.octets, &bits, sizeof address.octets);
+    return address;
+}
+
+// IPv4 and IPv6 in turn.
+ipaddr_t make_ipaddr(std::size_t i)
+{
+    ipaddr_t address{};
+    address.version = i % 2 == 0 ? 4 : 6;
+    const std::uint64_t bits = number(i);
+    std::memcpy(address.bytes, &bits, sizeof bits);
+    return address;
+}
+
+cidr_t make_cidr(std::size_t i)
+{
+    return {make_ipaddr(i), static_cast<std::uint8_t>(i % 33)};
+}
+
+constexpr std::uint32_t text_size = 64;
+struct text {
+    char characters[text_size];
+};
+
+int copy_text(const map_t *map, const char *key, text *out)
+{
+    return map_copy_str(map, key, out->characters, text_size);
+}
+
+int replace_formatted(map_t *map, const char *key, unsigned int number)
+{
+    return map_replace_fmt(map, key, "port-%u", number);
+}
+
+void add_rows()
+{
+    add_number("uint64", map_replace_uint64, map_get_uint64);
+    add_number("int64", map_replace_int64, map_get_int64);
+    add_number("int32", map_replace_int32, map_get_int32);
+    add_number("time", map_replace_time, map_get_time);
+    add_number("uint16", map_replace_uint16, map_get_uint16, UINT16_MAX);
+    add_number("int16", map_replace_int16, map_get_int16, INT16_MAX);
+    add_number("uint8", map_replace_uint8, map_get_uint8, UINT8_MAX);
+    add_number("int8", map_replace_int8, map_get_int8, INT8_MAX);
+    add_number("bool", map_replace_bool, map_get_bool, 1);
+    add_number("uint", map_replace_uint, map_get_uint);
+    add_number("int", map_replace_int, map_get_int);
+    add_number("uchar", map_replace_uchar, map_get_uchar, UINT8_MAX);
+    add_number("char", map_replace_char, map_get_char, INT8_MAX);
+    add_map_row(
+        "str", map_replace_str, copy_text,
+        values<const char *>(row_size, [](std::size_t i) { return items(row_size)[i].value; }),
+        [](const char *value) { return value; });
+    add_number("fmt", replace_formatted, copy_text);
+    add_address("macaddr", map_replace_macaddr, map_get_macaddr, make_macaddr);
+    add_address("ipaddr", map_replace_ipaddr, map_get_ipaddr, make_ipaddr);
+    add_address("cidr", map_replace_cidr, map_get_cidr, make_cidr);
+}
+
 } // namespace
 
 void add_typed_benchmarks()
@@ -220,6 +310,7 @@ void add_typed_benchmarks()
         add_uint32<standard_store>(count);
         add_uint32<glib_store>(count);
     }
+    add_rows();
 }
 
 } // namespace bench

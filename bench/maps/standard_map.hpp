@@ -1,10 +1,8 @@
-// std::unordered_map and the tables with its interface.
+// std::unordered_map, and what has its interface.
 #pragma once
 
 #include "common.hpp"
 
-#include <absl/container/flat_hash_map.h>
-#include <boost/unordered_map.hpp>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -84,19 +82,6 @@ class unordered_map_20
                           std::string_view> {
   public:
     static constexpr const char *name = "unordered_map-transparent";
-    using standard_map::standard_map;
-};
-
-class boost_map : public standard_map<boost::unordered_map<std::string, std::string>, std::string> {
-  public:
-    static constexpr const char *name = "boost-unordered_map";
-    using standard_map::standard_map;
-};
-
-class absl_map
-    : public standard_map<absl::flat_hash_map<std::string, std::string>, absl::string_view> {
-  public:
-    static constexpr const char *name = "absl-flat_hash_map";
     using standard_map::standard_map;
 };
 
