@@ -56,9 +56,7 @@ class blocks {
     blocks &operator=(const blocks &) = delete;
     ~blocks()
     {
-        for (void *block : list_) {
-            std::free(block);
-        }
+        free_all();
     }
     void reorder(std::span<const std::size_t> order)
     {
@@ -67,6 +65,13 @@ class blocks {
             ordered.push_back(list_[position]);
         }
         list_ = std::move(ordered);
+    }
+    void free_all()
+    {
+        for (void *block : list_) {
+            std::free(block);
+        }
+        list_.clear();
     }
     std::vector<void *> &list()
     {
@@ -132,7 +137,7 @@ void change(benchmark::State &state, std::size_t count, const std::vector<std::s
 
 void free_blocks(std::unique_ptr<blocks> &of)
 {
-    of.reset();
+    of->free_all();
 }
 
 void replace(benchmark::State &state, std::size_t count)

@@ -28,12 +28,19 @@ void insert_all(Map &map, std::span<const item> list)
     }
 }
 
+// With room for as many keys, or for `expected`.
+template <class Map>
+std::unique_ptr<Map> filled(std::size_t count, std::size_t expected)
+{
+    auto map = std::make_unique<Map>(expected);
+    insert_all(*map, items(count));
+    return map;
+}
+
 template <class Map>
 std::unique_ptr<Map> filled(std::size_t count)
 {
-    auto map = std::make_unique<Map>(count);
-    insert_all(*map, items(count));
-    return map;
+    return filled<Map>(count, count);
 }
 
 template <class Map>
@@ -141,9 +148,11 @@ void dump(benchmark::State &state, std::size_t count)
 template <class Map>
 void weigh(benchmark::State &state, std::size_t count)
 {
+    const auto list = items(count);
     for (auto _ : state) {
         const std::size_t before = mallinfo2().uordblks;
-        const auto map = filled<Map>(count);
+        const auto map = std::make_unique<Map>(list.size());
+        insert_all(*map, list);
         state.counters["bytes"] = static_cast<double>(mallinfo2().uordblks - before);
         state.SetIterationTime(0);
     }
@@ -187,11 +196,27 @@ void add_long_chains()
 {
     constexpr std::size_t sample = 1'000;
     for (const std::size_t count : long_chains) {
-        add_benchmark("hit-32-buckets", Map::name, count, 10,
+        add_benchmark(
+            "hit-32-buckets", Map::name, count, 10, [](benchmark::State &state, std::size_t n) {
+                look_up(state, *filled<Map>(n, default_buckets), key_list(items(n), sample));
+            });
+    }
+}
+
+// Look-ups among the same keys in fewer and fewer buckets.
+void add_loads()
+{
+    constexpr std::size_t keys = 1 << 12;
+    constexpr std::size_t passes = 40;
+    for (std::size_t buckets = 4 * keys; buckets >= keys / 32; buckets /= 2) {
+        const std::string name = textmaps_map::name;
+        add_benchmark("hit-in-buckets", name, buckets, passes,
                       [](benchmark::State &state, std::size_t n) {
-                          Map map(default_buckets);
-                          insert_all(map, items(n));
-                          look_up(state, map, key_list(items(n), sample));
+                          look_up(state, *filled<textmaps_map>(keys, n), present_keys(keys));
+                      });
+        add_benchmark("miss-in-buckets", name, buckets, passes,
+                      [](benchmark::State &state, std::size_t n) {
+                          look_up(state, *filled<textmaps_map>(keys, n), absent_keys(keys));
                       });
     }
 }
@@ -260,6 +285,7 @@ void add_map_benchmarks()
              boost_map, llvm_map, absl_map>();
     add_long_chains<textmaps_map>();
     add_long_chains<plain_map>();
+    add_loads();
 }
 
 } // namespace bench
