@@ -1,5 +1,6 @@
-// The floor: what no table can save. For changes, the same allocations, copies and frees with no table
-// at all; for look-ups, the hash and one dependent load for each cache line that must be touched.
+// The floor: what a map with one block an entry cannot save. For changes, the same allocations, copies
+// and frees with no table at all; for look-ups, the hash and one dependent load for each cache line
+// that must be touched.
 #include "benchmarks.hpp"
 #include "maps/textmaps_map.hpp"
 #include "measure.hpp"

@@ -247,6 +247,13 @@ def output_of(*command):
     return subprocess.run(command, capture_output=True, text=True, check=True).stdout.strip()
 
 
+def library_commit():
+    paths = ["src", "include", "addrkit"]
+    commit = output_of("git", "log", "-1", "--format=%h", "--", *paths)
+    changed = subprocess.run(["git", "diff", "--quiet", "HEAD", "--", *paths], check=False).returncode
+    return commit + (" with changes" if changed else "")
+
+
 def machine(results):
     context = json.loads(next(pathlib.Path(results).glob("*.json")).read_text())["context"]
     model = re.search(r"Model name:\s*(.*)", output_of("lscpu")).group(1)
@@ -260,7 +267,7 @@ def machine(results):
             f"- Compiler: {output_of('c++', '--version').splitlines()[0]}, as CMake's `Release` has "
             f"it (`-O3 -DNDEBUG`); the library static\n"
             f"- Against: {versions}\n"
-            f"- Commit {output_of('git', 'describe', '--always', '--dirty')}, {context['date'][:10]}, "
+            f"- The library as of commit {library_commit()}; {context['date'][:10]}, "
             f"load average {context['load_avg'][0]:.1f} when it began")
 
 
@@ -270,7 +277,7 @@ def plot(results, operation):
                     for size in results.sizes(operation, name)] for name in MAPS}
     lines = {name: points for name, points in lines.items() if len(points) > 1}
     points = [point for line in lines.values() for point in line]
-    width, height, left, bottom, top, legend = 760, 400, 60, 50, 30, 210
+    width, height, left, bottom, top, legend = 780, 400, 60, 50, 30, 230
     x_low, x_high = (math.log10(pick(size for size, _ in points)) for pick in (min, max))
     y_low = math.floor(math.log2(min(time for _, time in points)))
     y_high = math.ceil(math.log2(max(time for _, time in points)))
