@@ -221,9 +221,9 @@ void add_loads()
     }
 }
 
-[[noreturn]] void disagreement(const char *candidate)
+[[noreturn]] void reject(const char *candidate, const char *reason)
 {
-    std::fprintf(stderr, "%s does not hold what was put into it\n", candidate);
+    std::fprintf(stderr, "%s %s\n", candidate, reason);
     std::exit(1);
 }
 
@@ -241,13 +241,13 @@ void check_entries()
         const char *found = map->find(list[i].key);
         if ((found != nullptr) != (expected != nullptr) ||
             (found != nullptr && std::strcmp(found, expected) != 0)) {
-            disagreement(Map::name);
+            reject(Map::name, "does not find what was put into it");
         }
     }
     Map copied(count);
     copied.copy_from(*map);
     if (!copied.equals(*map)) {
-        disagreement(Map::name);
+        reject(Map::name, "is not equal to its copy");
     }
 }
 
@@ -265,7 +265,7 @@ void check_order()
 {
     constexpr std::size_t count = 30'000;
     if (keys_in_order<textmaps_map>(count) != keys_in_order<plain_map>(count)) {
-        disagreement(plain_map::name);
+        reject(plain_map::name, "has another order than the library");
     }
 }
 
