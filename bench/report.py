@@ -70,6 +70,9 @@ class Results:
                 else:
                     times[operation, candidate, int(size)].append(run["real_time"] / run["keys"])
         self.times = {key: statistics.median(rounds) for key, rounds in times.items()}
+        self.rounds = collections.defaultdict(int)
+        for (_, _, size), rounds in times.items():
+            self.rounds[size] = max(self.rounds[size], len(rounds))
         self.spread = statistics.median(
             (quarters[2] - quarters[0]) / quarters[1]
             for quarters in (statistics.quantiles(rounds) for rounds in times.values()
@@ -325,6 +328,8 @@ def write_document(directory, template, document):
         (plots / f"{operation}.svg").write_text(plot(results, operation))
     values = {
         "machine": machine(directory),
+        "rounds": str(results.rounds[DEFAULT_SIZES[0]]),
+        "rounds-of-a-million": str(results.rounds[1_000_000]),
         "spread": f"{100 * results.spread:.0f} %",
         "ratios": ratio_table(results),
         "times": time_tables(results),
