@@ -76,7 +76,7 @@ class Results:
         self.spread = statistics.median(
             (quarters[2] - quarters[0]) / quarters[1]
             for quarters in (statistics.quantiles(rounds) for rounds in times.values()
-                             if len(rounds) > 2))
+                             if len(rounds) > 1))
 
     def sizes(self, operation, *candidates):
         """Those of which all candidates were measured."""
