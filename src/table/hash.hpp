@@ -7,12 +7,20 @@
 
 namespace textmaps {
 
-constexpr std::uint32_t fold(char c)
-{
-    const std::uint32_t byte = static_cast<unsigned char>(c);
-    const std::uint32_t upper = byte - 'a' < 26 ? byte - 'a' + 'A' : byte;
-    return (upper ^ 0x80) - 0x80;
-}
+// What each byte counts: 'a' to 'z' as upper case, and a byte from 0x80 on as itself minus 256, as in
+// the POSIX locale's table, sign-extended.
+struct fold_table {
+    std::int8_t of[256] = {};
+
+    constexpr fold_table()
+    {
+        for (int byte = 0; byte < 256; ++byte) {
+            const int upper = byte >= 'a' && byte <= 'z' ? byte - 'a' + 'A' : byte;
+            of[byte] = static_cast<std::int8_t>(upper < 128 ? upper : upper - 256);
+        }
+    }
+};
+[[gnu::visibility("hidden")]] extern const fold_table folded;
 
 #if __SIZEOF_POINTER__ == 8 && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
 
@@ -94,10 +102,9 @@ struct measured {
     std::uint32_t hash;
 };
 
-// h = h * 31 + folded byte, modulo 2^32, where 'a' to 'z' fold to upper case and a byte from 0x80 on
-// counts as itself minus 256, whether plain char is signed or not: the POSIX locale's table,
-// sign-extended. It folds case always, whatever `casekeys` says, and the same in every locale: in the
-// POSIX locale, all spellings of a key share a bucket.
+// h = h * 31 + folded byte, modulo 2^32. It folds case always, whatever `casekeys` says, and the same
+// in every locale, whether plain char is signed or not: in the POSIX locale, all spellings of a key
+// share a bucket.
 inline measured builtin_hash(const char *key)
 {
 #if __SIZEOF_POINTER__ == 8 && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
@@ -109,7 +116,8 @@ inline measured builtin_hash(const char *key)
     const char *end = key;
     std::uint32_t hash = 0;
     for (; *end != '\0'; ++end) {
-        hash = (hash << 5) + (fold(*end) - hash);
+        const int byte = folded.of[static_cast<unsigned char>(*end)];
+        hash = (hash << 5) + (static_cast<std::uint32_t>(byte) - hash);
     }
     return {static_cast<std::size_t>(end - key) + 1, hash};
 }

@@ -7,6 +7,8 @@
 
 namespace textmaps {
 
+const fold_table folded;
+
 namespace {
 
 // Of the key of a node of `from`, as it is in `to`.

@@ -1,0 +1,267 @@
+// The floor: what a map with one block an entry cannot save. For changes, the same allocations, copies
+// and frees with no table at all; for look-ups, the hash and one dependent load for each cache line
+// that must be touched.
+#include "benchmarks.hpp"
+#include "maps/textmaps_map.hpp"
+#include "measure.hpp"
+
+#include "map_internal.h"
+
+#include <functional>
+#include <unordered_map>
+
+namespace bench {
+
+namespace {
+
+constexpr const char *floor_name = "floor";
+constexpr std::size_t sizes[] = {100, 1'000, 10'000, 100'000, 1'000'000};
+
+std::size_t block_size(const item &one)
+{
+    return sizeof(map_entry_t) + stored_length(one) + std::strlen(one.key) + 1;
+}
+
+void *make_block(const item &one)
+{
+    const std::size_t keysz = std::strlen(one.key) + 1;
+    auto *block =
+        static_cast<char *>(std::malloc(sizeof(map_entry_t) + stored_length(one) + keysz));
+    char *value = block + sizeof(map_entry_t);
+    std::memcpy(value, one.value, stored_length(one));
+    std::memcpy(value + stored_length(one), one.key, keysz);
+    return block;
+}
+
+// One block for each item.
+class blocks {
+  public:
+    explicit blocks(std::span<const item> list)
+    {
+        list_.reserve(list.size());
+        for (const item &one : list) {
+            list_.push_back(make_block(one));
+        }
+    }
+    // Copies of other blocks.
+    blocks(const std::vector<void *> &of, const std::vector<std::size_t> &block_sizes)
+    {
+        list_.reserve(of.size());
+        auto size = block_sizes.begin();
+        for (const void *block : of) {
+            list_.push_back(std::memcpy(std::malloc(*size), block, *size));
+            ++size;
+        }
+    }
+    blocks(const blocks &) = delete;
+    blocks &operator=(const blocks &) = delete;
+    ~blocks()
+    {
+        free_all();
+    }
+    void reorder(std::span<const std::size_t> order)
+    {
+        std::vector<void *> ordered;
+        for (const std::size_t position : order) {
+            ordered.push_back(list_[position]);
+        }
+        list_ = std::move(ordered);
+    }
+    void free_all()
+    {
+        for (void *block : list_) {
+            std::free(block);
+        }
+        list_.clear();
+    }
+    std::vector<void *> &list()
+    {
+        return list_;
+    }
+
+  private:
+    std::vector<void *> list_;
+};
+
+// Positions in items(count) of keys that visit(use) names.
+template <class Visit>
+std::vector<std::size_t> positions(std::size_t count, Visit visit)
+{
+    std::unordered_map<std::string_view, std::size_t> position_of;
+    for (const item &one : items(count)) {
+        position_of.emplace(one.key, position_of.size());
+    }
+    std::vector<std::size_t> list;
+    visit([&](const char *key) { list.push_back(position_of.at(key)); });
+    return list;
+}
+
+std::vector<std::size_t> shuffled_order(std::size_t count)
+{
+    return positions(count, [=](auto use) {
+        const key_list keys = present_keys(count);
+        std::for_each(keys.begin(), keys.end(), use);
+    });
+}
+
+std::vector<std::size_t> table_order(std::size_t count)
+{
+    return positions(count, [=](auto use) {
+        textmaps_map map(count);
+        for (const item &one : items(count)) {
+            map.insert(one);
+        }
+        map.visit([&](const char *key, const char *, std::uint32_t) { use(key); });
+    });
+}
+
+void fill(benchmark::State &state, std::size_t count)
+{
+    const auto list = items(count);
+    time_changes(
+        state, count, [] { return std::unique_ptr<blocks>(); },
+        [=](std::unique_ptr<blocks> &made) { made = std::make_unique<blocks>(list); });
+}
+
+// The blocks of all items, in the order given.
+template <class Use>
+void change(benchmark::State &state, std::size_t count, const std::vector<std::size_t> &order,
+            Use use)
+{
+    const auto make = [&] {
+        auto made = std::make_unique<blocks>(items(count));
+        made->reorder(order);
+        return made;
+    };
+    time_changes(state, count, make, use);
+}
+
+void free_blocks(std::unique_ptr<blocks> &of)
+{
+    of->free_all();
+}
+
+void replace(benchmark::State &state, std::size_t count)
+{
+    const auto order = shuffled_order(count);
+    std::vector<item> list;
+    for (const std::size_t position : order) {
+        list.push_back(items(count)[position]);
+    }
+    change(state, count, order, [&](std::unique_ptr<blocks> &of) {
+        auto block = of->list().begin();
+        for (const item &one : list) {
+            void *made = make_block(one);
+            std::free(*block);
+            *block++ = made;
+        }
+    });
+}
+
+void copy(benchmark::State &state, std::size_t count)
+{
+    const auto order = table_order(count);
+    std::vector<std::size_t> block_sizes;
+    for (const std::size_t position : order) {
+        block_sizes.push_back(block_size(items(count)[position]));
+    }
+    blocks source(items(count));
+    source.reorder(order);
+    time_changes(
+        state, count, [] { return std::unique_ptr<blocks>(); },
+        [&](std::unique_ptr<blocks> &made) {
+            made = std::make_unique<blocks>(source.list(), block_sizes);
+        });
+}
+
+// A filled map, read by its fields.
+class open_map {
+  public:
+    explicit open_map(std::size_t count)
+    {
+        map_init(&map_);
+        map_sethashsize(&map_, buckets_for(count));
+        for (const item &one : items(count)) {
+            map_insert(&map_, one.key, one.value, stored_length(one));
+        }
+    }
+    open_map(const open_map &) = delete;
+    open_map &operator=(const open_map &) = delete;
+    ~open_map()
+    {
+        map_destroy(&map_);
+    }
+    const void *first_for(const char *key) const
+    {
+        return _map_hashlist(&map_, key)->first;
+    }
+    const map_entry_t *entry(const char *key) const
+    {
+        return map_get_entry(&map_, key);
+    }
+
+  private:
+    map_t map_;
+};
+
+// The bucket, the entry and its key, with nothing compared: how far an entry lies behind the first of
+// its chain is known beforehand.
+void hit(benchmark::State &state, std::size_t count)
+{
+    const open_map map(count);
+    const key_list keys = present_keys(count);
+    const auto address = [](const void *of) {
+        return reinterpret_cast<std::uintptr_t>(of);
+    };
+    std::vector<std::uintptr_t> distances;
+    for (const char *key : keys) {
+        distances.push_back(address(map.entry(key)) - address(map.first_for(key)));
+    }
+    time_reading(state, count, [&] {
+        auto distance = distances.begin();
+        for (const char *key : keys) {
+            const auto *entry =
+                reinterpret_cast<const map_entry_t *>(address(map.first_for(key)) + *distance++);
+            benchmark::DoNotOptimize(*entry->key);
+            benchmark::DoNotOptimize(entry->value);
+        }
+    });
+}
+
+// The bucket, and of each entry in it the header and the key.
+void miss(benchmark::State &state, std::size_t count)
+{
+    const open_map map(count);
+    const key_list keys = absent_keys(count);
+    time_reading(state, count, [&] {
+        for (const char *key : keys) {
+            const auto *entry = static_cast<const map_entry_t *>(map.first_for(key));
+            for (; entry != nullptr; entry = entry->next) {
+                benchmark::DoNotOptimize(*entry->key);
+            }
+        }
+    });
+}
+
+} // namespace
+
+void add_floor_benchmarks()
+{
+    for (const std::size_t count : sizes) {
+        const auto free_in_table_order = [](benchmark::State &state, std::size_t n) {
+            change(state, n, table_order(n), free_blocks);
+        };
+        add_benchmark("fill", floor_name, count, fill);
+        add_benchmark("hit", floor_name, count, hit);
+        add_benchmark("miss", floor_name, count, miss);
+        add_benchmark("replace-equal", floor_name, count, replace);
+        add_benchmark("erase", floor_name, count, [](benchmark::State &state, std::size_t n) {
+            change(state, n, shuffled_order(n), free_blocks);
+        });
+        add_benchmark("clear", floor_name, count, free_in_table_order);
+        add_benchmark("destroy", floor_name, count, free_in_table_order);
+        add_benchmark("copy", floor_name, count, copy);
+    }
+}
+
+} // namespace bench

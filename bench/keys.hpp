@@ -1,0 +1,66 @@
+// The keys and values that every benchmark uses.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <random>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace bench {
+
+// One entry to store. The value is text; `length` leaves its NUL out.
+struct item {
+    const char *key;
+    const char *value;
+    std::uint32_t length;
+};
+
+// The first `count` of one endless list of items with distinct keys of 4 to 64 characters: English
+// words, the IEEE's address blocks and their holders, service names and the setting names of a
+// device, in turn. When the others are used up, setting names go on alone.
+std::span<const item> items(std::size_t count);
+
+// The same order in every run.
+template <class T>
+void shuffle(std::vector<T> &list)
+{
+    std::mt19937 random(20260101);
+    for (std::size_t left = list.size(); left > 1; --left) {
+        std::swap(list[left - 1], list[random() % left]);
+    }
+}
+
+// Keys to look up, as a program would have just made them: copies, side by side in memory.
+class key_list {
+  public:
+    // In shuffled order, no more than `most` of them.
+    explicit key_list(std::span<const item> of, std::size_t most = SIZE_MAX);
+
+    std::size_t size() const
+    {
+        return keys_.size();
+    }
+    auto begin() const
+    {
+        return keys_.begin();
+    }
+    auto end() const
+    {
+        return keys_.end();
+    }
+
+  private:
+    std::string text_;
+    std::vector<const char *> keys_;
+};
+
+// The keys of the first `count` items.
+key_list present_keys(std::size_t count);
+
+// As many keys that are not among them, from further on in the list.
+key_list absent_keys(std::size_t count);
+
+} // namespace bench
