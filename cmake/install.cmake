@@ -18,7 +18,8 @@ endif()
 if(top_level)
   install(FILES README.md CHANGELOG.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR}
           COMPONENT textmaps_development)
-  install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT textmaps_development)
+  install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT textmaps_development
+          FILES_MATCHING PATTERN *.md)
 endif()
 
 # For find_package(textmaps).
