@@ -773,7 +773,8 @@ class container {
                                                   detail::row_of<T>::passed(value));
     }
 
-    /** @name Iteration: `for (const auto &[key, value] : map)`, `[key, values]` in the others
+    /** @name Iteration
+     * `for (const auto &[key, value] : map)`, `[key, values]` in the others.
      * @{
      */
     /** The first key. */
