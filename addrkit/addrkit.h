@@ -21,14 +21,16 @@
 extern "C" {
 #endif
 
-/** Sizes in bytes, NUL included, of a buffer that holds every text of the kind. */
+/** Size in bytes, NUL included, of a buffer that holds every MAC address as text. */
 #define AK_MACADDR_TEXT 18
+/** The same for IP addresses. */
 #define AK_IPADDR_TEXT 46
+/** The same for prefixes. */
 #define AK_CIDR_TEXT 50
 
-/** A MAC address, in transmission order. */
+/** A MAC address. */
 typedef struct macaddr {
-    uint8_t octets[6];
+    uint8_t octets[6]; /**< In transmission order. */
 } macaddr_t;
 
 /** An IP address. */
@@ -39,8 +41,8 @@ typedef struct ipaddr {
 
 /** An address with a prefix length; host bits are kept. */
 typedef struct cidr {
-    ipaddr_t address;
-    uint8_t prefix; /**< In bits: 0 to 32 for IPv4, 0 to 128 for IPv6. */
+    ipaddr_t address; /**< Of either version. */
+    uint8_t prefix;   /**< In bits: 0 to 32 for IPv4, 0 to 128 for IPv6. */
 } cidr_t;
 
 /**

@@ -24,7 +24,8 @@ install(FILES gdb/textmaps-gdb.py
 if(top_level)
   install(FILES README.md CHANGELOG.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR}
           COMPONENT textmaps_development)
-  install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT textmaps_development)
+  install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT textmaps_development
+          FILES_MATCHING PATTERN *.md)
 endif()
 
 # For find_package(textmaps).

@@ -6,17 +6,17 @@
  * owns one array of buckets, one block of memory for each key, which holds a key node and the key's
  * text, and one for each value, which holds a value node and the value's bytes:
  *
- *     arraymap_t       buckets
- *     +---------+      +-------+     +------+------+-----+-------+--------+-----+--+
- *     | buckets | ---> | first | --> | next | prev | key | count | values | key |\0|
- *     +---------+      | last  |     +------+------+--|--+-------+--------+-----+--+
- *                      +-------+        |             +---------------|---^
- *                      |  ...  |        v next key                    v first value
- *                      +-------+                +------+------+------+-----+-------+-------+
- *                                               | next | prev | data | len | index | bytes |
- *                                               +------+------+--|---+-----+-------+-------+
- *                                                  |             +-----------------^
- *                                                  v next value
+ *     arraymap_t    buckets     key node: one block of memory
+ *     +---------+   +-------+   +----+----+---+-----+------+---+--+
+ *     | buckets |-->| first |-->|next|prev|key|count|values|key|\0|
+ *     +---------+   | last  |   +----+----+-|-+-----+--|---+---+--+
+ *                   +-------+     |         +----------|---^
+ *                   |  ...  |     v next key           v first value: one block
+ *                   +-------+                 +----+----+----+---+-----+-----+
+ *                                             |next|prev|data|len|index|bytes|
+ *                                             +----+----+--|-+---+-----+-----+
+ *                                               |          +-----------^
+ *                                               v next value
  *
  * A key exists as long as it holds a value: its first value makes it, and it goes with its last.
  * The values of a key stand in the order in which they were inserted, and may repeat.
@@ -246,7 +246,8 @@ int arraymap_haskey(const arraymap_t *map, const char *key);
  * Keys in iteration order, and the values of a key in the order in which they were inserted:
  *
  *     arraymap_key_iter_t keys = {0};
- *     for (key = arraymap_key_first(map, &keys); key != NULL; key = arraymap_key_next(&keys)) {
+ *     for (key = arraymap_key_first(map, &keys); key != NULL;
+ *          key = arraymap_key_next(&keys)) {
  *         arraymap_value_iter_t values = {0};
  *         for (data = arraymap_value_first(map, key, &values); data != NULL;
  *              data = arraymap_value_next(&values)) {

@@ -11,14 +11,14 @@
  * | result      | meaning                                                                 |
  * |-------------|-------------------------------------------------------------------------|
  * | 0           | done                                                                    |
- * | 1           | refused: the key (map) or value (multimap) is there already, a new key  |
- * |             | would pass the key limit, or a new limit lies below the present count   |
+ * | 1           | refused: it is there already, or stands against a limit                 |
  * | 2 `ENOENT`  | no such key, value or position                                          |
  * | 12 `ENOMEM` | no memory, or a size that does not fit the address space                |
  * | 22 `EINVAL` | a missing or unusable argument                                          |
  * | 34 `ERANGE` | the stored text does not parse as the requested type                    |
  *
- * error.h puts them in words.
+ * Refused are a key (map) or value (multimap) that is there already, a new key that would pass the
+ * key limit, and a new limit below the present count. error.h puts all results in words.
  *
  * Arguments are checked before anything changes: the container first, then its bucket array, then
  * the key, then values and outputs.

@@ -6,12 +6,13 @@
  * array of buckets and, for each key, one block of memory that holds an entry, the value's bytes
  * and the key's text:
  *
- *     map_t            buckets
- *     +---------+      +-------+      +------+------+-------+---------+-----+-------+-----+--+
- *     | buckets | ---> | first | ---> | next | prev | value | valuesz | key | value | key |\0|
- *     +---------+      | last  |      +------+------+-------+---------+-----+-------+-----+--+
- *                      +-------+         |              +---------------|---^       ^
- *                      |  ...  |         v next entry                   +-----------+
+ *     map_t         buckets     entry: one block of memory
+ *     +---------+   +-------+   +----+----+-----+-------+---+-----+---+--+
+ *     | buckets |-->| first |-->|next|prev|value|valuesz|key|value|key|\0|
+ *     +---------+   | last  |   +----+----+--|--+-------+-|-+-----+---+--+
+ *                   +-------+     |          +------------|-^     ^
+ *                   |  ...  |     v next entry            +-------+
+ *                   +-------+
  *
  * Life: `map_init`, any calls, `map_destroy`; then `map_init` may be called again. A record is
  * *released* after `map_destroy` and after a failed `map_init`: what needs the buckets then gives

@@ -127,6 +127,7 @@ class [[nodiscard]] status {
 template <class T>
 class [[nodiscard]] result {
   public:
+    /** A value. */
     constexpr result(const T &value) noexcept : value_(value), error_(0)
     {
     }
@@ -149,11 +150,13 @@ class [[nodiscard]] result {
         assert(error_ == 0);
         return value_;
     }
+    /** A member of the value. There must be one. */
     constexpr const T *operator->() const noexcept
     {
         return &**this;
     }
 
+    /** The value, or the given one if there is none. */
     constexpr T value_or(const T &fallback) const noexcept
     {
         return error_ == 0 ? value_ : fallback;
@@ -188,10 +191,12 @@ class [[nodiscard]] result {
  */
 class zstring {
   public:
+    /** A literal, or another text that a NUL ends. */
     constexpr zstring(const char *text) noexcept : text_(text)
     {
     }
 
+    /** A `std::string`, or what else has a `c_str()`. */
     template <class Text, class = std::enable_if_t<std::is_convertible_v<
                               decltype(std::declval<const Text &>().c_str()), const char *>>>
     constexpr zstring(const Text &text) noexcept : text_(text.c_str())
@@ -204,6 +209,7 @@ class zstring {
     /** A number is stored with its type: `set<int>("key", 0)`. */
     zstring(int) = delete;
 
+    /** The text's address. */
     constexpr const char *c_str() const noexcept
     {
         return text_;
@@ -216,10 +222,12 @@ class zstring {
 /** A `std::string_view` that ends with a NUL: a key that a container hands out. */
 class zstring_view : public std::string_view {
   public:
+    /** A text that a NUL ends. */
     explicit constexpr zstring_view(const char *text) noexcept : std::string_view(text)
     {
     }
 
+    /** Its address, for C. */
     constexpr const char *c_str() const noexcept
     {
         return data();
@@ -238,10 +246,12 @@ class bytes {
     {
     }
 
+    /** Address of the first byte. */
     constexpr const void *data() const noexcept
     {
         return data_;
     }
+    /** Length in bytes. */
     constexpr std::uint32_t size() const noexcept
     {
         return size_;
@@ -278,14 +288,15 @@ struct cidr;    /**< A prefix. */
 
 /** What a map's iterator shows. */
 struct key_and_value {
-    zstring_view key;
-    bytes value;
+    zstring_view key; /**< Its text ends with a NUL. */
+    bytes value;      /**< Its bytes. */
 };
 
 /** The values of a key, in their order. They may be walked until the container changes. */
 template <class Node>
 class value_list {
   public:
+    /** A position among the values. */
     class iterator {
       public:
         using iterator_category = std::input_iterator_tag;
@@ -295,9 +306,11 @@ class value_list {
         using reference = bytes;
 
         iterator() noexcept = default;
+        /** On a value. */
         explicit iterator(const Node *node) noexcept : node_(node)
         {
         }
+        /** The value. */
         bytes operator*() const noexcept
         {
             return {node_->data, node_->len};
@@ -326,17 +339,21 @@ class value_list {
         const Node *node_ = nullptr;
     };
 
+    /** The values from a node on. */
     explicit value_list(const Node *first) noexcept : first_(first)
     {
     }
+    /** The first value. */
     iterator begin() const noexcept
     {
         return iterator(first_);
     }
+    /** Behind the last value. */
     iterator end() const noexcept
     {
         return iterator();
     }
+    /** Whether there is none. */
     bool empty() const noexcept
     {
         return first_ == nullptr;
@@ -349,8 +366,8 @@ class value_list {
 /** What an iterator of a multimap or arraymap shows. */
 template <class Node>
 struct key_and_values {
-    zstring_view key;
-    value_list<Node> values;
+    zstring_view key;        /**< Its text ends with a NUL. */
+    value_list<Node> values; /**< In their order. */
 };
 
 /** @} */
@@ -640,6 +657,7 @@ class iterator {
     explicit iterator(const Record &record) : key_(family::key_first(&record, &at_))
     {
     }
+    /** The key and what it holds. */
     value_type operator*() const noexcept
     {
         return family::show(at_);
@@ -673,6 +691,7 @@ class iterator {
 template <class Record>
 class container {
   protected:
+    /** The C functions and types of the family. */
     using family = detail::family<Record>;
 
   public:
@@ -688,10 +707,12 @@ class container {
     /** @name The record, for the C functions. It stays the handle's.
      * @{
      */
+    /** To change it. */
     Record *record() noexcept
     {
         return &record_;
     }
+    /** To read it. */
     const Record *record() const noexcept
     {
         return &record_;
@@ -708,6 +729,7 @@ class container {
      * @{
      */
 
+    /** Whether there is no key. */
     bool empty() const noexcept
     {
         return record_.numkeys == 0;
@@ -751,13 +773,16 @@ class container {
                                                   detail::row_of<T>::passed(value));
     }
 
-    /** @name Iteration: `for (const auto &[key, value] : map)`, `[key, values]` in the others
+    /** @name Iteration
+     * `for (const auto &[key, value] : map)`, `[key, values]` in the others.
      * @{
      */
+    /** The first key. */
     iterator<Record> begin() const
     {
         return iterator<Record>(record_);
     }
+    /** Behind the last key. */
     iterator<Record> end() const noexcept
     {
         return iterator<Record>();
@@ -835,12 +860,15 @@ class container {
     {
         family::init(&record_);
     }
+    /** Takes a record over. */
     explicit container(const Record &record) noexcept : record_(record)
     {
     }
+    /** Takes the container of another handle over, which is then released. */
     container(container &&other) noexcept : record_(other.release())
     {
     }
+    /** As above; what this one held is destroyed. */
     container &operator=(container &&other) noexcept
     {
         container taken(std::move(other));
