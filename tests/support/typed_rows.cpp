@@ -209,11 +209,14 @@ std::string RandomNumberBytes::next()
     static const std::string_view alphabets[] = {"0123456789", "01234567", "0123456789abcdefABCDEF",
                                                  "01", "9"};
     static const char *const bases[] = {"", "", "", "0", "0x", "0X"};
+    // The ends of the ranges, but for their last digits.
+    static const char *const ends[] = {"1844674407370955", "922337203685477", "429496", "214748"};
     const bool is_long = below(2) == 0;
     std::string bytes = any_of(" \t\n\v\f\r", below(8) == 0 ? below(4) : 0);
     bytes += any_of("+-", below(2));
     bytes += bases[below(6)];
     bytes += any_of("0", below(8) == 0 ? below(25) : 0);
+    bytes += below(8) == 0 ? ends[below(4)] : "";
     bytes += any_of(alphabets[below(5)], is_long ? 1 + below(25) : 1 + below(6));
     bytes += any_of(any_byte, below(8) == 0 ? 1 : 0);
     bytes += '\0';

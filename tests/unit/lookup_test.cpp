@@ -1,5 +1,6 @@
 // Look-ups in all three families, and the operations that look up every key of a container, whatever
 // was set before, and for keys that the built-in hash does not tell apart.
+#include "latin1.hpp"
 #include "list_families.hpp"
 #include "map_fixture.hpp"
 
@@ -314,6 +315,33 @@ TYPED_TEST(Lookup, FindsTheKeysThatAreThereAfterAnyChangesOfTheSettings)
             }
         }
     }
+}
+
+TYPED_TEST(Lookup, TakesOfACallersHashTheBucketAlone)
+{
+    ASSERT_EQ(TypeParam::sethashfunc(&this->map, hash_all_to_variable), 0);
+    ASSERT_EQ(insert(this->map, "key", ""), 0);
+    variable_hash = 0xFFFFFFE0;
+    EXPECT_EQ(spelling_of(this->map, "key"), "key");
+    EXPECT_EQ(TypeParam::erase(&this->map, "key"), 0);
+    variable_hash = 0;
+}
+
+// It may know more letters than the built-in hash.
+TYPED_TEST(Lookup, LeavesItToStrcasecmpWhichSpellingsAreEqual)
+{
+    const latin1::Folding folding;
+    ASSERT_EQ(TypeParam::sethashsize(&this->map, 1), 0);
+    ASSERT_EQ(insert(this->map, "caf\xE9", "value"), 0);
+    EXPECT_EQ(spelling_of(this->map, "CAF\xC9"), std::nullopt);
+    ASSERT_EQ(insert(this->map, "CAF\xC9", "value"), 0);
+    ASSERT_EQ(TypeParam::setcasekeys(&this->map, 1), 0);
+    EXPECT_EQ(pairs_of(this->map), (Pairs{{"caf\xE9", "value"}}));
+    EXPECT_EQ(spelling_of(this->map, "CAF\xC9"), "caf\xE9");
+    typename TypeParam::Own other;
+    ASSERT_EQ(insert(*other, "Caf\xC9", "value"), 0);
+    EXPECT_EQ(TypeParam::isequal(&other, &this->map), 1);
+    EXPECT_EQ(TypeParam::isequal(&this->map, &other), 0);
 }
 
 TYPED_TEST_SUITE(LookupOfEveryKey, Families, TypeName);
