@@ -92,14 +92,20 @@ inline uint64_t widened(char value)
     return static_cast<uint64_t>(static_cast<signed char>(value));
 }
 
-// Calls get(out) with a variable of the type that holds `held`.
+// Calls get(out) with a variable of the type that holds `held`. Nothing may be written beside it.
 template <class Output, class Get>
 Reading read_over(uint64_t held, Get get)
 {
     const auto before = static_cast<Output>(held);
-    Output out = before;
-    const int result = get(&out);
-    return {result, widened(out), out != before};
+    struct {
+        char in_front[8];
+        Output out;
+        char behind[8];
+    } outputs = {"beside!", before, "beside!"};
+    const int result = get(&outputs.out);
+    EXPECT_STREQ(outputs.in_front, "beside!");
+    EXPECT_STREQ(outputs.behind, "beside!");
+    return {result, widened(outputs.out), outputs.out != before};
 }
 
 // get(held) is such a reading: it must fail and leave the variable as it was.

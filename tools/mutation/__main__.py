@@ -26,7 +26,7 @@ import kept
 from bench import KILLED, NOT_VIABLE, SAME_CODE, SURVIVED, Bench
 
 PROJECT = Path(__file__).resolve().parents[2]
-SOURCES = ("src/*.cpp", "src/table/*.hpp", "src/typed/*.hpp", "addrkit/*.c")
+SOURCES = ("src/**/*.cpp", "src/**/*.hpp", "addrkit/*.c")
 HEADERS = ("include/textmaps/*.h", "addrkit/*.h")
 EQUIVALENT = PROJECT / "tests/mutation/equivalent.txt"
 BUGS = PROJECT / "tests/mutation/bugs.txt"

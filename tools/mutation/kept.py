@@ -16,8 +16,8 @@ Change = namedtuple("Change", "file function old new")
 Block = namedtuple("Block", "text changes")
 
 PLACE = re.compile(r"((?:src|addrkit)/\S+?)(?:, (.+))?$")
-CLASS = re.compile(r"(?:struct|class) (\w+)")
-DEFINITION = re.compile(r"(\w+)(?:\(|\[\]| = )")
+CLASS = re.compile(r"(?:struct|class) (?:\[\[.*\]\] )?(\w+)")
+DEFINITION = re.compile(r"(\w+)(?:\(|\[\]|\{| = )")
 
 
 def squeeze(text):
