@@ -48,10 +48,10 @@ std::vector<std::string> make_hostile_texts()
     const std::string blanks(5000, ' ');
     const std::string nines(5000, '9');
     std::vector<std::string> texts = {
-        "--1",    "+-1",        "- 1",       "1-",    "1+1",       "1.0",       "1e3",  ".5",
-        "1,000",  "0x-1",       "1\001",     "\3771", "1\377",     "\2401",     "\240", "1\n",
-        "\t\n 1", "yes",        "true",      "nan",   "inf",       "1L",        "1u",   "(null)",
-        blanks,   blanks + "1", zeros + "1", nines,   "-" + nines, "0x" + nines};
+        "--1",    "+-1",    "- 1",        "1-",        "1+1",   "1.0",       "1e3",       ".5",
+        ",5",     "1,000",  "0x-1",       "1\001",     "\3771", "1\377",     "\2401",     "\240",
+        "1\n",    "\t\n 1", "yes",        "true",      "nan",   "inf",       "1L",        "1u",
+        "(null)", blanks,   blanks + "1", zeros + "1", nines,   "-" + nines, "0x" + nines};
     for (const char *blank : {"", " \t\n\v\f\r"}) {
         for (const char *sign : {"", "+", "-"}) {
             for (const char *base : {"", "0", "0x", "0X"}) {
