@@ -7,20 +7,14 @@
 
 namespace textmaps {
 
-// What each byte counts: 'a' to 'z' as upper case, and a byte from 0x80 on as itself minus 256, as in
-// the POSIX locale's table, sign-extended.
-struct fold_table {
-    std::int8_t of[256] = {};
-
-    constexpr fold_table()
-    {
-        for (int byte = 0; byte < 256; ++byte) {
-            const int upper = byte >= 'a' && byte <= 'z' ? byte - 'a' + 'A' : byte;
-            of[byte] = static_cast<std::int8_t>(upper < 128 ? upper : upper - 256);
-        }
-    }
+// Of a key, in one pass.
+struct measured {
+    std::size_t size; // in bytes, with the NUL
+    std::uint32_t hash;
 };
-[[gnu::visibility("hidden")]] extern const fold_table folded;
+
+// Byte by byte: of short keys, and of all keys on 32-bit targets.
+measured hash_bytes(const char *key);
 
 #if __SIZEOF_POINTER__ == 8 && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
 
@@ -96,12 +90,6 @@ inline std::uint32_t hash_words(const char *key, std::size_t length)
 
 #endif
 
-// Of a key, in one pass.
-struct measured {
-    std::size_t size; // in bytes, with the NUL
-    std::uint32_t hash;
-};
-
 // h = h * 31 + folded byte, modulo 2^32. It folds case always, whatever `casekeys` says, and the same
 // in every locale, whether plain char is signed or not: in the POSIX locale, all spellings of a key
 // share a bucket.
@@ -113,13 +101,7 @@ inline measured builtin_hash(const char *key)
         return {length + 1, hash_words(key, length)};
     }
 #endif
-    const char *end = key;
-    std::uint32_t hash = 0;
-    for (; *end != '\0'; ++end) {
-        const int byte = folded.of[static_cast<unsigned char>(*end)];
-        hash = (hash << 5) + (static_cast<std::uint32_t>(byte) - hash);
-    }
-    return {static_cast<std::size_t>(end - key) + 1, hash};
+    return hash_bytes(key);
 }
 
 } // namespace textmaps

@@ -7,8 +7,6 @@
 
 namespace textmaps {
 
-const fold_table folded;
-
 namespace {
 
 // Of the key of a node of `from`, as it is in `to`.
@@ -47,7 +45,7 @@ void put_back(table in, links &queue)
     while (links *node = chain_take_first(queue)) {
         const std::uint32_t hash = measure(in, in.key(*node)).hash;
         in.keep_hash(*node, hash);
-        chain_append(in.bucket(hash), *node);
+        chain_append(*in.bucket(hash), *node);
     }
 }
 
@@ -55,8 +53,7 @@ void put_back(table in, links &queue)
 
 map_bucket_t *hashlist(table in, const char *key)
 {
-    links *bucket = &in.bucket(measure(in, key).hash);
-    return reinterpret_cast<map_bucket_t *>(bucket);
+    return reinterpret_cast<map_bucket_t *>(in.bucket(measure(in, key).hash));
 }
 
 links *lookup(table in, const char *key)
@@ -81,7 +78,14 @@ place locate_copy_of(table from, const links &node, table to)
         return locate_key_of(from, node, to);
     }
     const measured of = measure_key_of(from, node, to);
-    return {&to.bucket(of.hash), nullptr, from.key(node), of.size, of.hash};
+    return {to.bucket(of.hash), nullptr, from.key(node), of.size, of.hash};
+}
+
+void link_node(table in, const place &at, links &node)
+{
+    in.keep_hash(node, at.hash);
+    chain_append(*at.bucket, node);
+    ++in.numkeys();
 }
 
 links *first_from(table in, std::uint32_t &bucket)

@@ -83,9 +83,9 @@ class table {
             *reinterpret_cast<hash_field *>(reinterpret_cast<char *>(&node) + hash_offset) = hash;
         }
     }
-    links &bucket(std::uint32_t hash) const
+    links *bucket(std::uint32_t hash) const
     {
-        return set().buckets[hash & (set().hashsize - 1)];
+        return set().buckets + (hash & (set().hashsize - 1));
     }
 
   private:
@@ -157,7 +157,7 @@ inline links *find_in(table in, const links &bucket, const char *key, std::uint3
 inline links *find(table in, const char *key)
 {
     const std::uint32_t hash = measure(in, key).hash;
-    return find_in(in, in.bucket(hash), key, hash);
+    return find_in(in, *in.bucket(hash), key, hash);
 }
 
 // The same for a table and a key that may be missing or released.
@@ -174,8 +174,8 @@ struct place {
 
 inline place locate(table in, const char *key, const measured &of)
 {
-    links &bucket = in.bucket(of.hash);
-    return {&bucket, find_in(in, bucket, key, of.hash), key, of.size, of.hash};
+    links *bucket = in.bucket(of.hash);
+    return {bucket, find_in(in, *bucket, key, of.hash), key, of.size, of.hash};
 }
 
 inline place locate(table in, const char *key)
@@ -193,12 +193,7 @@ links *lookup_key_of(table from, const links &node, table to);
 place locate_copy_of(table from, const links &node, table to);
 
 // Appends a node to the place's bucket.
-inline void link_node(table in, const place &at, links &node)
-{
-    in.keep_hash(node, at.hash);
-    chain_append(*at.bucket, node);
-    ++in.numkeys();
-}
+void link_node(table in, const place &at, links &node);
 
 // Takes the node of the place out of the table. The caller disposes of it.
 inline void unlink_node(table in, const place &at)
