@@ -29,7 +29,7 @@ measured hash_bytes(const char *key)
     const char *end = key;
     std::uint32_t hash = 0;
     for (; *end != '\0'; ++end) {
-        const std::uint32_t upper = folded.of[static_cast<unsigned char>(*end)];
+        const auto upper = static_cast<std::uint32_t>(folded.of[static_cast<unsigned char>(*end)]);
         hash = (hash << 5) + (upper - hash);
     }
     return {static_cast<std::size_t>(end - key) + 1, hash};
