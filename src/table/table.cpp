@@ -3,7 +3,6 @@
 #include "allocate.hpp"
 
 #include <cstring>
-#include <strings.h>
 
 namespace textmaps {
 

@@ -18,7 +18,8 @@ constexpr int refused = 1;
 
 constexpr std::uint32_t default_hashsize = 32;
 
-// The fields that end each family's record, and those before them that all have.
+// The fields that end each family's record. Like all views here it may alias: the caller's code reaches
+// the same fields through the family's own type.
 struct [[gnu::may_alias]] settings {
     std::uint32_t casekeys;
     std::uint32_t hashsize;
@@ -123,6 +124,7 @@ inline bool uses_builtin_hash(table in)
     return in.set().hashfunc == nullptr;
 }
 
+// The key's size, and its hash under the table's function.
 inline measured measure(table in, const char *key)
 {
     if (uses_builtin_hash(in)) {
@@ -189,7 +191,8 @@ place locate_key_of(table from, const links &node, table to);
 // The node found there; null if there is none, also where `to` has no buckets.
 links *lookup_key_of(table from, const links &node, table to);
 
-// The place where all that `to` holds came from `from` in this way, each node once.
+// The same for a `to` that began empty and was given nothing but nodes of `from`, each of them once:
+// between case-sensitive tables there is nothing to look for.
 place locate_copy_of(table from, const links &node, table to);
 
 // Appends a node to the place's bucket.
