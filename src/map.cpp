@@ -67,30 +67,32 @@ bool unusable(const map_t *map, const char *key)
 // Header, value and key in one block, linked nowhere; null when there is no memory.
 map_entry_t *make_entry(const place &at, const void *value, uint32_t length)
 {
-    auto *entry = static_cast<map_entry_t *>(allocate_node(sizeof(map_entry_t), length, at.size));
+    auto *entry =
+        static_cast<map_entry_t *>(allocate_node(sizeof(map_entry_t), length, at.of.size));
     if (entry != nullptr) {
         auto *bytes = reinterpret_cast<char *>(entry + 1);
         entry->value = std::memcpy(bytes, value, length);
         entry->valuesz = length;
-        entry->key = static_cast<char *>(std::memcpy(bytes + length, at.key, at.size));
+        entry->key = static_cast<char *>(std::memcpy(bytes + length, at.key, at.of.size));
     }
     return entry;
 }
 
-void release(table, links &node)
+void release(links &node)
 {
     std::free(&node);
 }
 
 // Of entries whose keys become equal, the value of the first one stays.
-void absorb(table in, links &, links &node)
+void absorb(table, links &, links &node)
 {
-    release(in, node);
+    release(node);
 }
 
 enum class if_present { refuse, skip, replace };
 
-int put_at(map_t *map, const place &at, const void *value, uint32_t length, if_present present)
+inline int put_at(map_t *map, const place &at, const void *value, uint32_t length,
+                  if_present present)
 {
     if (at.node != nullptr && present != if_present::replace) {
         return present == if_present::skip ? 0 : refused;
@@ -106,12 +108,12 @@ int put_at(map_t *map, const place &at, const void *value, uint32_t length, if_p
     // The caller's key and value may lie in the old entry: it goes only now.
     if (at.node != nullptr) {
         unlink_node(table_of(map), at);
-        release(table_of(map), *at.node);
+        release(*at.node);
     }
     return 0;
 }
 
-int put(map_t *map, const char *key, const void *value, uint32_t length, if_present present)
+inline int put(map_t *map, const char *key, const void *value, uint32_t length, if_present present)
 {
     if (unusable(map, key) || value == nullptr) {
         return EINVAL;
@@ -233,7 +235,7 @@ int map_erase(map_t *map, const char *key)
         return ENOENT;
     }
     unlink_node(table_of(map), at);
-    release(table_of(map), *at.node);
+    release(*at.node);
     return 0;
 }
 

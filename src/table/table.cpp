@@ -12,8 +12,11 @@ namespace {
 measured measure_key_of(table from, const links &node, table to)
 {
     const char *key = from.key(node);
-    if (keeps_hashes && uses_builtin_hash(from) && uses_builtin_hash(to)) {
-        return {std::strlen(key) + 1, from.hash(node)};
+    if (keeps_stamps && uses_builtin_hash(from) && uses_builtin_hash(to) &&
+        to.set().hashsize - 1 <= stamped_hash) {
+        const std::uint32_t stamp = from.stamp(node);
+        const std::size_t size = stamp >> stamped_hash_bits;
+        return {size < long_size ? size : std::strlen(key) + 1, stamp & stamped_hash};
     }
     return measure(to, key);
 }
@@ -42,9 +45,9 @@ void gather(table in, links &queue)
 void put_back(table in, links &queue)
 {
     while (links *node = chain_take_first(queue)) {
-        const std::uint32_t hash = measure(in, in.key(*node)).hash;
-        in.keep_hash(*node, hash);
-        chain_append(*in.bucket(hash), *node);
+        const measured of = measure(in, in.key(*node));
+        in.keep_stamp(*node, of);
+        chain_append(*in.bucket(of.hash), *node);
     }
 }
 
@@ -77,13 +80,12 @@ place locate_copy_of(table from, const links &node, table to)
         return locate_key_of(from, node, to);
     }
     const measured of = measure_key_of(from, node, to);
-    return {to.bucket(of.hash), nullptr, from.key(node), of.size, of.hash};
+    return {to.bucket(of.hash), nullptr, from.key(node), of};
 }
 
-void link_node(table in, const place &at, links &node)
+void append_node(table in, links &bucket, links &node)
 {
-    in.keep_hash(node, at.hash);
-    chain_append(*at.bucket, node);
+    chain_append(bucket, node);
     ++in.numkeys();
 }
 
@@ -153,11 +155,11 @@ int clear(table in, release_fn release)
         chain_init(in.set().buckets[i]);
         while (node != nullptr) {
             links *next = node->next;
-            --in.numkeys();
-            release(in, *node);
+            release(*node);
             node = next;
         }
     }
+    in.numkeys() = 0;
     return 0;
 }
 
@@ -222,7 +224,7 @@ int setcasekeys(table in, std::uint32_t flag, absorb_fn absorb)
             --in.numkeys();
             absorb(in, *at.node, *node);
         } else {
-            in.keep_hash(*node, at.hash);
+            in.keep_stamp(*node, at.of);
             chain_append(*at.bucket, *node);
         }
     }

@@ -31,7 +31,7 @@ using count_field [[gnu::may_alias]] = std::int32_t;
 struct [[gnu::may_alias]] key_field {
     const char *text;
 };
-using hash_field [[gnu::may_alias]] = std::uint32_t;
+using stamp_field [[gnu::may_alias]] = std::uint32_t;
 
 // Where a family has them: offsets in bytes of the count of keys, of the settings, and of the key in
 // its nodes. In one word, since compilers pass a record of bytes through memory.
@@ -42,9 +42,20 @@ constexpr layout make_layout(std::size_t numkeys, std::size_t set, std::size_t k
     return layout(numkeys | set << 8 | key << 16);
 }
 
-// On 64-bit targets each node keeps its key's hash where there would be padding.
-constexpr bool keeps_hashes = sizeof(void *) == 8;
-constexpr std::size_t hash_offset = 3 * sizeof(void *) + 4;
+// On 64-bit targets each node keeps a stamp of its key where there would be padding: the hash's low
+// bits, which choose the bucket in all but huge tables, and above them the size of keys that are not
+// long.
+constexpr bool keeps_stamps = sizeof(void *) == 8;
+constexpr std::size_t stamp_offset = 3 * sizeof(void *) + 4;
+constexpr int stamped_hash_bits = 20;
+constexpr std::uint32_t stamped_hash = (1U << stamped_hash_bits) - 1;
+constexpr std::size_t long_size = UINT32_MAX >> stamped_hash_bits;
+
+inline std::uint32_t stamp_of(const measured &key)
+{
+    const auto size = static_cast<std::uint32_t>(key.size < long_size ? key.size : long_size);
+    return size << stamped_hash_bits | (key.hash & stamped_hash);
+}
 
 // A container without its family. The view is const, what it shows is not.
 class table {
@@ -74,14 +85,15 @@ class table {
     {
         return reinterpret_cast<const key_field *>(bytes_of(node) + (offsets() >> 16))->text;
     }
-    std::uint32_t hash(const links &node) const
+    std::uint32_t stamp(const links &node) const
     {
-        return *reinterpret_cast<const hash_field *>(bytes_of(node) + hash_offset);
+        return *reinterpret_cast<const stamp_field *>(bytes_of(node) + stamp_offset);
     }
-    void keep_hash(links &node, std::uint32_t hash) const
+    void keep_stamp(links &node, const measured &key) const
     {
-        if (keeps_hashes) {
-            *reinterpret_cast<hash_field *>(reinterpret_cast<char *>(&node) + hash_offset) = hash;
+        if (keeps_stamps) {
+            char *const at = reinterpret_cast<char *>(&node) + stamp_offset;
+            *reinterpret_cast<stamp_field *>(at) = stamp_of(key);
         }
     }
     links *bucket(std::uint32_t hash) const
@@ -121,7 +133,7 @@ map_bucket_t *hashlist(table in, const char *key);
 
 inline bool uses_builtin_hash(table in)
 {
-    return in.set().hashfunc == nullptr;
+    return __builtin_expect(in.set().hashfunc == nullptr, 1);
 }
 
 // The key's size, and its hash under the table's function.
@@ -139,27 +151,37 @@ inline int keycmp(table in, const char *key, const char *stored)
     return in.set().casekeys != 0 ? strcasecmp(key, stored) : std::strcmp(key, stored);
 }
 
-inline links *find_in(table in, const links &bucket, const char *key, std::uint32_t hash)
+// Whether a key is that of a node of the same stamp: of keys that are not long, both are then of the
+// same size.
+inline bool is_key(table in, const links &node, const char *key, std::size_t size)
 {
+    return size < long_size ? std::memcmp(key, in.key(node), size) == 0
+                            : std::strcmp(key, in.key(node)) == 0;
+}
+
+inline links *find_in(table in, const links &bucket, const char *key, const measured &of)
+{
+    links *node = bucket.next;
     // Only where the C library does not decide which letters are equal: it may know more of them
     // than the hash.
-    const bool by_hash = keeps_hashes && in.set().casekeys == 0 && uses_builtin_hash(in);
-    for (links *node = bucket.next; node != nullptr; node = node->next) {
-        if (by_hash && in.hash(*node) != hash) {
-            continue;
+    if (keeps_stamps && in.set().casekeys == 0 && uses_builtin_hash(in)) {
+        const std::uint32_t stamp = stamp_of(of);
+        while (node != nullptr && !(in.stamp(*node) == stamp && is_key(in, *node, key, of.size))) {
+            node = node->next;
         }
-        if (keycmp(in, key, in.key(*node)) == 0) {
-            return node;
-        }
+        return node;
     }
-    return nullptr;
+    while (node != nullptr && keycmp(in, key, in.key(*node)) != 0) {
+        node = node->next;
+    }
+    return node;
 }
 
 // The node of the key, in a table that has buckets; null if there is none.
 inline links *find(table in, const char *key)
 {
-    const std::uint32_t hash = measure(in, key).hash;
-    return find_in(in, *in.bucket(hash), key, hash);
+    const measured of = measure(in, key);
+    return find_in(in, *in.bucket(of.hash), key, of);
 }
 
 // The same for a table and a key that may be missing or released.
@@ -170,14 +192,13 @@ struct place {
     links *bucket;
     links *node;
     const char *key;
-    std::size_t size; // of the key in bytes, with its NUL
-    std::uint32_t hash;
+    measured of; // the key
 };
 
 inline place locate(table in, const char *key, const measured &of)
 {
     links *bucket = in.bucket(of.hash);
-    return {bucket, find_in(in, *bucket, key, of.hash), key, of.size, of.hash};
+    return {bucket, find_in(in, *bucket, key, of), key, of};
 }
 
 inline place locate(table in, const char *key)
@@ -195,8 +216,14 @@ links *lookup_key_of(table from, const links &node, table to);
 // between case-sensitive tables there is nothing to look for.
 place locate_copy_of(table from, const links &node, table to);
 
-// Appends a node to the place's bucket.
-void link_node(table in, const place &at, links &node);
+// Appends a node to a bucket, and counts it.
+void append_node(table in, links &bucket, links &node);
+
+inline void link_node(table in, const place &at, links &node)
+{
+    in.keep_stamp(node, at.of);
+    append_node(in, *at.bucket, node);
+}
 
 // Takes the node of the place out of the table. The caller disposes of it.
 inline void unlink_node(table in, const place &at)
@@ -268,7 +295,7 @@ const char *key_name(table in, std::int32_t ordinal);
 int init(table in, std::uint32_t hashsize);
 
 // Disposes of a node that is linked nowhere.
-using release_fn = void (*)(table in, links &node);
+using release_fn = void (*)(links &node);
 
 // Empties the table: 0, or 22 if it has no buckets.
 int clear(table in, release_fn release);

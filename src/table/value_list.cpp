@@ -21,9 +21,9 @@ value_node *as_value(links *node)
 // Header and text in one block, without values and linked nowhere; null when there is no memory.
 key_node *make_key(const place &at)
 {
-    auto *node = static_cast<key_node *>(allocate_node(sizeof(key_node), at.size, 0));
+    auto *node = static_cast<key_node *>(allocate_node(sizeof(key_node), at.of.size, 0));
     if (node != nullptr) {
-        node->key = static_cast<char *>(std::memcpy(node + 1, at.key, at.size));
+        node->key = static_cast<char *>(std::memcpy(node + 1, at.key, at.of.size));
         node->count = 0;
         chain_init(node->values);
     }
@@ -38,12 +38,11 @@ void append(lists *in, key_node &key, value_node &value)
 }
 
 // Frees a key that is linked nowhere, and its values.
-void release_key(table in, links &node)
+void release_key(links &node)
 {
     links *value = as_key(&node).values.next;
     while (value != nullptr) {
         links *next = value->next;
-        --lists_in(in)->numvalues;
         std::free(value);
         value = next;
     }
@@ -208,7 +207,12 @@ int init_lists(lists *in, std::uint32_t hashsize)
 
 int clear_lists(lists *in)
 {
-    return clear(table_of(in), release_key);
+    const bool holds_keys = in != nullptr && in->numkeys > 0;
+    const int result = clear(table_of(in), release_key);
+    if (result == 0 && holds_keys) {
+        in->numvalues = 0;
+    }
+    return result;
 }
 
 int destroy_lists(lists *in)
@@ -250,7 +254,7 @@ bool drop_value(lists *in, const place &at, value_node *value)
         return true;
     }
     unlink_node(table_of(in), at);
-    release_key(table_of(in), *at.node);
+    release_key(*at.node);
     return false;
 }
 
@@ -263,8 +267,9 @@ int erase_key(lists *in, const char *key)
     if (at.node == nullptr) {
         return ENOENT;
     }
+    in->numvalues -= static_cast<std::int32_t>(as_key(at.node).count);
     unlink_node(table_of(in), at);
-    release_key(table_of(in), *at.node);
+    release_key(*at.node);
     return 0;
 }
 

@@ -179,8 +179,8 @@ class Walker {
                 }
                 walk_.oddities |= hidden_key;
             }
-            if (!expect(keeps_its_hash(*node), "the hash kept with a key is its built-in hash",
-                        node)) {
+            if (!expect(keeps_its_stamp(*node),
+                        "the stamp kept with a key is of its size and built-in hash", node)) {
                 return false;
             }
             ++keys_;
@@ -191,15 +191,15 @@ class Walker {
     }
 
     // No use is made of a caller's.
-    bool keeps_its_hash(const Key &node) const
+    bool keeps_its_stamp(const Key &node) const
     {
-        if (!textmaps::keeps_hashes || container_.hashfunc != nullptr) {
+        if (!textmaps::keeps_stamps || container_.hashfunc != nullptr) {
             return true;
         }
         uint32_t kept;
-        std::memcpy(&kept, reinterpret_cast<const char *>(&node) + textmaps::hash_offset,
+        std::memcpy(&kept, reinterpret_cast<const char *>(&node) + textmaps::stamp_offset,
                     sizeof kept);
-        return kept == textmaps::builtin_hash(node.key).hash;
+        return kept == textmaps::stamp_of(textmaps::builtin_hash(node.key));
     }
 
     bool body(const map_entry_t &entry)

@@ -85,6 +85,20 @@ const Keys long_collisions = {"B0AOAOB0", "b0aoaob0", "AOB0AOB0",
                               "aob0aob0", "AOAOAOAO", "aoaoaoao"};
 const Keys others = {"", "\xE9", "\xC9", "lan.ipaddr.first", "LAN.ipaddr.FIRST", "aobo"};
 
+// To the built-in hash, a prefix of no effect: 31 * 1 + (0xE1 - 256) is 0.
+const std::string nothing = "\x01\xE1";
+
+// Keys of few bytes and of many, of one hash, some of the same length and some not.
+std::vector<Keys> collisions_of_all_lengths()
+{
+    std::vector<Keys> all;
+    for (const std::size_t length : {0, 1, 9, 4090, 4091, 4092, 4093, 5000}) {
+        const std::string tail(length, 'k');
+        all.push_back({"B0" + tail, "AO" + tail, nothing + "B0" + tail, nothing + "AO" + tail});
+    }
+    return all;
+}
+
 Keys all_keys()
 {
     Keys keys = short_collisions;
@@ -289,7 +303,9 @@ class MapOfOneSpellingTwice : public MapTest {
 
 TEST(LookupKeys, AreNotToldApartByTheBuiltinHash)
 {
-    for (const Keys &keys : {short_collisions, long_collisions}) {
+    std::vector<Keys> all = collisions_of_all_lengths();
+    all.insert(all.end(), {short_collisions, long_collisions});
+    for (const Keys &keys : all) {
         for (const std::string &key : keys) {
             EXPECT_EQ(textmaps::builtin_hash(key.c_str()).hash,
                       textmaps::builtin_hash(keys.front().c_str()).hash);
@@ -314,6 +330,37 @@ TYPED_TEST(Lookup, FindsTheKeysThatAreThereAfterAnyChangesOfTheSettings)
                 }
             }
         }
+    }
+}
+
+TYPED_TEST(Lookup, TellsKeysOfOneHashApartWhateverTheirLengths)
+{
+    for (const Keys &alike : collisions_of_all_lengths()) {
+        for (std::size_t i = 0; i < alike.size(); ++i) {
+            EXPECT_EQ(TypeParam::haskey(&this->map, alike[i].c_str()), 0);
+            EXPECT_EQ(insert(this->map, alike[i].c_str(), std::to_string(i)), 0);
+        }
+        typename TypeParam::Own copy;
+        EXPECT_EQ(TypeParam::copy(&this->map, &copy), 0);
+        for (std::size_t i = 0; i < alike.size(); ++i) {
+            EXPECT_TRUE(holds(this->map, alike[i].c_str(), std::to_string(i)));
+            EXPECT_TRUE(holds(*copy, alike[i].c_str(), std::to_string(i)));
+            EXPECT_EQ(TypeParam::erase(&this->map, alike[i].c_str()), 0);
+        }
+    }
+}
+
+TYPED_TEST(Lookup, FindsWhatWasMergedIntoAHugeTable)
+{
+    for (int i = 0; i < 64; ++i) {
+        ASSERT_EQ(insert(this->map, ("interface." + std::to_string(i)).c_str(), "up"), 0);
+    }
+    typename TypeParam::Own huge;
+    ASSERT_EQ(TypeParam::sethashsize(&huge, 1U << 21), 0);
+    ASSERT_EQ(TypeParam::merge(&this->map, &huge), 0);
+    EXPECT_EQ(TypeParam::isequal(&this->map, &huge), 1);
+    for (const auto &[key, value] : pairs_of(this->map)) {
+        EXPECT_TRUE(holds(*huge, key.c_str(), value)) << key;
     }
 }
 

@@ -75,13 +75,13 @@ void expect_chain_to_be_held(Container &map, Node &first, Node &second, Node &la
 }
 
 template <class Container, class Node>
-void expect_kept_hash_to_be_held(Container &map, Node &node)
+void expect_stamp_to_be_held(Container &map, Node &node)
 {
-    if (textmaps::keeps_hashes) {
+    if (textmaps::keeps_stamps) {
         auto &kept =
-            *reinterpret_cast<uint32_t *>(reinterpret_cast<char *>(&node) + textmaps::hash_offset);
+            *reinterpret_cast<uint32_t *>(reinterpret_cast<char *>(&node) + textmaps::stamp_offset);
         expect_found(walk_with(map, kept, kept + map.hashsize),
-                     "the hash kept with a key is its built-in hash", &node);
+                     "the stamp kept with a key is of its size and built-in hash", &node);
     }
 }
 
@@ -171,7 +171,7 @@ TEST_F(MapWalker, HoldsTheBucketOfAKey)
 TEST_F(MapWalker, HoldsTheHashKeptWithAKey)
 {
     ASSERT_EQ(insert(map, "key", "value"), 0);
-    expect_kept_hash_to_be_held(map, *_map_entry(&map, "key"));
+    expect_stamp_to_be_held(map, *_map_entry(&map, "key"));
 }
 
 TEST_F(MapWalker, TellsOfHiddenKeys)
@@ -247,7 +247,7 @@ TYPED_TEST(ListWalker, HoldsTheBucketOfAKey)
 TYPED_TEST(ListWalker, HoldsTheHashKeptWithAKey)
 {
     fill(this->map, {{"key", {"value"}}});
-    expect_kept_hash_to_be_held(this->map, *TypeParam::entry(&this->map, "key"));
+    expect_stamp_to_be_held(this->map, *TypeParam::entry(&this->map, "key"));
 }
 
 TYPED_TEST(ListWalker, TellsOfHiddenKeys)
