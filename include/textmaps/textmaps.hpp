@@ -61,6 +61,10 @@
 #ifndef TEXTMAPS_TEXTMAPS_HPP
 #define TEXTMAPS_TEXTMAPS_HPP
 
+#if __cplusplus < 201703L
+#error "textmaps.hpp needs C++17: compile with -std=c++17"
+#endif
+
 #include <textmaps/arraymap.h>
 #include <textmaps/error.h>
 #include <textmaps/map.h>
