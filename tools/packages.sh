@@ -1,4 +1,4 @@
-# Sourced by ./demo and ./check: need PACKAGE... installs the Debian packages that are missing.
+# Sourced by the scripts: need PACKAGE... installs the Debian packages that are missing.
 
 need() {
     local missing=() package
@@ -9,15 +9,16 @@ need() {
     done
     [ ${#missing[@]} -gt 0 ] || return 0
 
-    echo "Installing with apt-get: ${missing[*]}" >&2
     local as_root=()
     if [ "$(id -u)" -ne 0 ]; then
         command -v sudo >/dev/null || {
-            echo "Not root, and no sudo: please have these packages installed." >&2
+            echo "Packages are missing, and only root can install them. Please have root run:" >&2
+            echo "    apt-get install ${missing[*]}" >&2
             return 1
         }
         as_root=(sudo)
     fi
+    echo "Installing with apt-get: ${missing[*]}" >&2
     "${as_root[@]}" apt-get update -qq >&2
     "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
         apt-get install -qq -y --no-install-recommends "${missing[@]}" >&2
