@@ -9,17 +9,21 @@ need() {
     done
     [ ${#missing[@]} -gt 0 ] || return 0
 
+    install_packages "${missing[@]}" || {
+        echo "Packages are missing. Please have root run:" >&2
+        echo "    apt-get install ${missing[*]}" >&2
+        return 1
+    }
+}
+
+install_packages() {
     local as_root=()
     if [ "$(id -u)" -ne 0 ]; then
-        command -v sudo >/dev/null || {
-            echo "Packages are missing, and only root can install them. Please have root run:" >&2
-            echo "    apt-get install ${missing[*]}" >&2
-            return 1
-        }
+        command -v sudo >/dev/null || return
         as_root=(sudo)
     fi
-    echo "Installing with apt-get: ${missing[*]}" >&2
-    "${as_root[@]}" apt-get update -qq >&2
-    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
-        apt-get install -qq -y --no-install-recommends "${missing[@]}" >&2
+    echo "Installing with apt-get: $*" >&2
+    "${as_root[@]}" apt-get update -qq >&2 &&
+        "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+            apt-get install -qq -y --no-install-recommends "$@" >&2
 }
