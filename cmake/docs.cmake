@@ -2,6 +2,12 @@
 # them.
 find_program(TEXTMAPS_DOXYGEN doxygen REQUIRED)
 
+# Where links from page to page get lost in doxygen.
+if("${PROJECT_SOURCE_DIR};${PROJECT_BINARY_DIR}" MATCHES " ")
+  message(FATAL_ERROR "doxygen makes no sound pages in a directory with a space in its path: "
+                      "configure without TEXTMAPS_DOCS, or move the sources")
+endif()
+
 set(docs_dir ${PROJECT_BINARY_DIR}/pages)
 file(GLOB docs_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/*.md ${PROJECT_SOURCE_DIR}/docs/*
      ${PROJECT_SOURCE_DIR}/docs/guide/*.md ${PROJECT_SOURCE_DIR}/include/textmaps/*
