@@ -25,7 +25,7 @@ if(top_level)
   install(FILES README.md CHANGELOG.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR}
           COMPONENT textmaps_development)
   install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT textmaps_development
-          FILES_MATCHING PATTERN *.md)
+          FILES_MATCHING PATTERN *.md PATTERN *.svg)
 endif()
 
 # For find_package(textmaps).
