@@ -26,6 +26,8 @@ if(top_level)
           COMPONENT textmaps_development)
   install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT textmaps_development
           FILES_MATCHING PATTERN *.md PATTERN *.svg)
+  install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT textmaps_development
+          PATTERN CMakeLists.txt EXCLUDE PATTERN .clang-tidy EXCLUDE)
 endif()
 
 # For find_package(textmaps).

@@ -7,6 +7,12 @@ foreach(archive IN LISTS archives)
                   COMMAND_ERROR_IS_FATAL ANY)
 endforeach()
 
+# Debian's manual pages are compressed.
+file(GLOB_RECURSE pages ${CPACK_TEMPORARY_INSTALL_DIRECTORY}/*.[37])
+if(pages)
+  execute_process(COMMAND gzip -9n ${pages} COMMAND_ERROR_IS_FATAL ANY)
+endif()
+
 # What dpkg-shlibdeps does not tell: of another architecture's libc, the version that is asked for, and
 # a platform's address library.
 if(NOT CPACK_DEBIAN_TEXTMAPS_RUNTIME_PACKAGE_SHLIBDEPS)
