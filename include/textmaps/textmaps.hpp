@@ -286,6 +286,26 @@ struct ipaddr;  /**< An IP address. */
 struct cidr;    /**< A prefix. */
 } // namespace row
 
+namespace detail {
+
+// What an iterator shows is made for the asking; this keeps it for `iterator->member`.
+template <class Shown>
+class arrow {
+  public:
+    explicit arrow(const Shown &shown) noexcept : shown_(shown)
+    {
+    }
+    const Shown *operator->() const noexcept
+    {
+        return &shown_;
+    }
+
+  private:
+    Shown shown_;
+};
+
+} // namespace detail
+
 /** @name What iteration shows
  * @{
  */
@@ -306,7 +326,7 @@ class value_list {
         using iterator_category = std::input_iterator_tag;
         using value_type = bytes;
         using difference_type = std::ptrdiff_t;
-        using pointer = void;
+        using pointer = detail::arrow<bytes>;
         using reference = bytes;
 
         iterator() noexcept = default;
@@ -318,6 +338,11 @@ class value_list {
         bytes operator*() const noexcept
         {
             return {node_->data, node_->len};
+        }
+        /** A member of the value. */
+        pointer operator->() const noexcept
+        {
+            return pointer(**this);
         }
         iterator &operator++() noexcept
         {
@@ -401,14 +426,6 @@ struct family;
     static constexpr auto copy = &family##_copy
 
 #define TEXTMAPS_LIST_CALLS(family)                                                                \
-    static constexpr auto erase_value = &family##_delete;                                          \
-    static constexpr auto remove = &family##_remove;                                               \
-    static constexpr auto key_first = &family##_key_first;                                         \
-    static constexpr auto key_next = &family##_key_next;                                           \
-    static constexpr auto value_first = &family##_value_first;                                     \
-    static constexpr auto value_count = &family##_value_count;                                     \
-    static constexpr auto setmaxvalues = &family##_setmaxvalues;                                   \
-    static constexpr auto unite = &family##_union;                                                 \
     using key_iter = family##_key_iter_t;                                                          \
     using value_iter = family##_value_iter_t;                                                      \
     using values = value_list<family##_value_t>;                                                   \
@@ -416,7 +433,15 @@ struct family;
     static shown show(const key_iter &at) noexcept                                                 \
     {                                                                                              \
         return {zstring_view(at.node->key), values(at.node->values.first)};                        \
-    }
+    }                                                                                              \
+    static constexpr auto erase_value = &family##_delete;                                          \
+    static constexpr auto remove = &family##_remove;                                               \
+    static constexpr auto key_first = &family##_key_first;                                         \
+    static constexpr auto key_next = &family##_key_next;                                           \
+    static constexpr auto value_first = &family##_value_first;                                     \
+    static constexpr auto value_count = &family##_value_count;                                     \
+    static constexpr auto setmaxvalues = &family##_setmaxvalues;                                   \
+    static constexpr auto unite = &family##_union
 
 template <>
 struct family<map_t> {
@@ -651,7 +676,7 @@ class iterator {
     using iterator_category = std::input_iterator_tag;
     using value_type = typename family::shown;
     using difference_type = std::ptrdiff_t;
-    using pointer = void;
+    using pointer = detail::arrow<value_type>;
     using reference = value_type;
 
     /** Past the end. */
@@ -665,6 +690,11 @@ class iterator {
     value_type operator*() const noexcept
     {
         return family::show(at_);
+    }
+    /** Its key, value or values. */
+    pointer operator->() const noexcept
+    {
+        return pointer(**this);
     }
     iterator &operator++()
     {

@@ -264,6 +264,7 @@ TYPED_TEST(Face, IsWalkedWithAlgorithms)
     const auto first = it++;
     EXPECT_TRUE(first == handle.begin());
     EXPECT_TRUE(it != handle.begin());
+    EXPECT_EQ(it->key.c_str(), (*it).key.c_str());
     EXPECT_EQ(std::distance(it, handle.end()), 3);
 }
 

@@ -109,7 +109,7 @@ TYPED_TEST(FaceOfLists, ShowTheValuesOfOneKey)
     EXPECT_EQ(std::distance(values.begin(), values.end()), 3);
     auto it = values.begin();
     EXPECT_EQ((*it++).text(), "c");
-    EXPECT_EQ((*it).text(), "a");
+    EXPECT_EQ(it->text(), "a");
     EXPECT_TRUE(it != values.begin());
 }
 
