@@ -57,7 +57,8 @@ COLOURS = {OURS: "#c1272d", "plain": "#8c8c8c", "uthash": "#0072b2", "GHashTable
 
 
 class Results:
-    """Nanoseconds a key by operation, candidate and size: the median over the rounds."""
+    """Nanoseconds a key by operation, candidate and size: the median over the rounds. Ratios are
+    taken within each round: from one to the next a machine may be faster or slower as a whole."""
 
     def __init__(self, directory):
         times = collections.defaultdict(list)
@@ -73,10 +74,13 @@ class Results:
         self.rounds = collections.defaultdict(int)
         for (_, _, size), rounds in times.items():
             self.rounds[size] = max(self.rounds[size], len(rounds))
+        self.ratios = {
+            key: [theirs / ours for theirs, ours in zip(rounds, times[key[0], OURS, key[2]])]
+            for key, rounds in times.items() if (key[0], OURS, key[2]) in times and key[1] != OURS}
         self.spread = statistics.median(
             (quarters[2] - quarters[0]) / quarters[1]
-            for quarters in (statistics.quantiles(rounds) for rounds in times.values()
-                             if len(rounds) > 1))
+            for quarters in (statistics.quantiles(ratios) for ratios in self.ratios.values()
+                             if len(ratios) > 1))
 
     def sizes(self, operation, *candidates):
         """Those of which all candidates were measured."""
@@ -91,7 +95,7 @@ class Results:
     def times_as_fast(self, operation, peer):
         """How many times as fast as the peer: the geometric mean; None where it was not measured."""
         sizes = self.compared_sizes(operation, OURS, peer)
-        return geometric_mean(self.times[operation, peer, size] / self.times[operation, OURS, size]
+        return geometric_mean(statistics.median(self.ratios[operation, peer, size])
                               for size in sizes) if sizes else None
 
     def mean_time(self, operation, candidate):
