@@ -92,7 +92,7 @@ const std::string nothing = "\x01\xE1";
 std::vector<Keys> collisions_of_all_lengths()
 {
     std::vector<Keys> all;
-    for (const std::size_t length : {0, 1, 9, 4090, 4091, 4092, 4093, 5000}) {
+    for (const unsigned int length : {0U, 1U, 9U, 4090U, 4091U, 4092U, 4093U, 5000U}) {
         const std::string tail(length, 'k');
         all.push_back({"B0" + tail, "AO" + tail, nothing + "B0" + tail, nothing + "AO" + tail});
     }
