@@ -350,20 +350,6 @@ TYPED_TEST(Lookup, TellsKeysOfOneHashApartWhateverTheirLengths)
     }
 }
 
-TYPED_TEST(Lookup, FindsWhatWasMergedIntoAHugeTable)
-{
-    for (int i = 0; i < 64; ++i) {
-        ASSERT_EQ(insert(this->map, ("interface." + std::to_string(i)).c_str(), "up"), 0);
-    }
-    typename TypeParam::Own huge;
-    ASSERT_EQ(TypeParam::sethashsize(&huge, 1U << 21), 0);
-    ASSERT_EQ(TypeParam::merge(&this->map, &huge), 0);
-    EXPECT_EQ(TypeParam::isequal(&this->map, &huge), 1);
-    for (const auto &[key, value] : pairs_of(this->map)) {
-        EXPECT_TRUE(holds(*huge, key.c_str(), value)) << key;
-    }
-}
-
 TYPED_TEST(Lookup, TakesOfACallersHashTheBucketAlone)
 {
     ASSERT_EQ(TypeParam::sethashfunc(&this->map, hash_all_to_variable), 0);
@@ -389,6 +375,22 @@ TYPED_TEST(Lookup, LeavesItToStrcasecmpWhichSpellingsAreEqual)
     ASSERT_EQ(insert(*other, "Caf\xC9", "value"), 0);
     EXPECT_EQ(TypeParam::isequal(&other, &this->map), 1);
     EXPECT_EQ(TypeParam::isequal(&this->map, &other), 0);
+}
+
+// Which bucket a key is in takes more of its hash then. One family, since it takes seconds under valgrind
+// and qemu.
+TEST_F(MapTest, FindsWhatWasMergedIntoAHugeTable)
+{
+    for (int i = 0; i < 64; ++i) {
+        ASSERT_EQ(insert(map, ("interface." + std::to_string(i)).c_str(), "up"), 0);
+    }
+    Map huge;
+    ASSERT_EQ(map_sethashsize(&huge, 1U << 21), 0);
+    ASSERT_EQ(map_merge(&map, &huge), 0);
+    EXPECT_EQ(map_isequal(&map, &huge), 1);
+    for (const auto &[key, value] : pairs_of(map)) {
+        EXPECT_TRUE(holds(*huge, key.c_str(), value)) << key;
+    }
 }
 
 TYPED_TEST_SUITE(LookupOfEveryKey, Families, TypeName);
