@@ -219,6 +219,7 @@ place locate_copy_of(table from, const links &node, table to);
 // Appends a node to a bucket, and counts it.
 void append_node(table in, links &bucket, links &node);
 
+// The same for the node of the place's key, which keeps the key's stamp.
 inline void link_node(table in, const place &at, links &node)
 {
     in.keep_stamp(node, at.of);

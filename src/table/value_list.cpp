@@ -207,6 +207,7 @@ int init_lists(lists *in, std::uint32_t hashsize)
 
 int clear_lists(lists *in)
 {
+    // Without keys nothing is looked at, and nothing set.
     const bool holds_keys = in != nullptr && in->numkeys > 0;
     const int result = clear(table_of(in), release_key);
     if (result == 0 && holds_keys) {
