@@ -89,28 +89,6 @@ void append_node(table in, links &bucket, links &node)
     ++in.numkeys();
 }
 
-links *first_from(table in, std::uint32_t &bucket)
-{
-    for (; bucket < in.set().hashsize; ++bucket) {
-        if (links *node = in.set().buckets[bucket].next) {
-            return node;
-        }
-    }
-    return nullptr;
-}
-
-links *next_after(table in, const links &node, std::uint32_t &bucket)
-{
-    if (node.next != nullptr) {
-        return node.next;
-    }
-    // Polled past its end for 2^32 calls, an iterator must not begin anew.
-    if (bucket != UINT32_MAX) {
-        ++bucket;
-    }
-    return first_from(in, bucket);
-}
-
 const char *key_name(table in, std::int32_t ordinal)
 {
     if (!has_buckets(in) || in.numkeys() < ordinal) {
@@ -151,6 +129,7 @@ int clear(table in, release_fn release)
         return 0;
     }
     for (std::uint32_t i = 0; i < in.set().hashsize; ++i) {
+        fetch_ahead(in, i);
         links *node = in.set().buckets[i].next;
         chain_init(in.set().buckets[i]);
         while (node != nullptr) {

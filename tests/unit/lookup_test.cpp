@@ -88,13 +88,21 @@ const Keys others = {"", "\xE9", "\xC9", "lan.ipaddr.first", "LAN.ipaddr.FIRST",
 // To the built-in hash, a prefix of no effect: 31 * 1 + (0xE1 - 256) is 0.
 const std::string nothing = "\x01\xE1";
 
-// Keys of few bytes and of many, of one hash, some of the same length and some not.
+// Keys of few bytes and of many, of one hash, some of the same length and some not; they differ at
+// their beginning, or at any place.
 std::vector<Keys> collisions_of_all_lengths()
 {
     std::vector<Keys> all;
     for (const unsigned int length : {0U, 1U, 9U, 4090U, 4091U, 4092U, 4093U, 5000U}) {
         const std::string tail(length, 'k');
         all.push_back({"B0" + tail, "AO" + tail, nothing + "B0" + tail, nothing + "AO" + tail});
+    }
+    for (unsigned int before = 0; before < 26; ++before) {
+        for (unsigned int behind = 0; before + behind < 26; ++behind) {
+            const std::string head(before, 'k');
+            const std::string tail(behind, 'k');
+            all.push_back({head + "B0" + tail, head + "AO" + tail});
+        }
     }
     return all;
 }
