@@ -8,19 +8,6 @@ namespace textmaps {
 
 namespace {
 
-// Of the key of a node of `from`, as it is in `to`.
-measured measure_key_of(table from, const links &node, table to)
-{
-    const char *key = from.key(node);
-    if (keeps_stamps && uses_builtin_hash(from) && uses_builtin_hash(to) &&
-        to.set().hashsize - 1 <= stamped_hash) {
-        const std::uint32_t stamp = from.stamp(node);
-        const std::size_t size = stamp >> stamped_hash_bits;
-        return {size < long_size ? size : std::strlen(key) + 1, stamp & stamped_hash};
-    }
-    return measure(to, key);
-}
-
 links *allocate_buckets(std::uint32_t count)
 {
     auto *buckets = static_cast<links *>(allocate_array(count, sizeof(links)));
@@ -61,26 +48,6 @@ map_bucket_t *hashlist(table in, const char *key)
 links *lookup(table in, const char *key)
 {
     return has_buckets(in) && key != nullptr ? find(in, key) : nullptr;
-}
-
-place locate_key_of(table from, const links &node, table to)
-{
-    return locate(to, from.key(node), measure_key_of(from, node, to));
-}
-
-links *lookup_key_of(table from, const links &node, table to)
-{
-    return has_buckets(to) ? locate_key_of(from, node, to).node : nullptr;
-}
-
-place locate_copy_of(table from, const links &node, table to)
-{
-    // No two keys of a case-sensitive table have the same spelling.
-    if (from.set().casekeys != 0 || to.set().casekeys != 0) {
-        return locate_key_of(from, node, to);
-    }
-    const measured of = measure_key_of(from, node, to);
-    return {to.bucket(of.hash), nullptr, from.key(node), of};
 }
 
 void append_node(table in, links &bucket, links &node)

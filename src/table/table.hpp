@@ -177,16 +177,6 @@ inline links *find_in(table in, const links &bucket, const char *key, const meas
     return node;
 }
 
-// The node of the key, in a table that has buckets; null if there is none.
-inline links *find(table in, const char *key)
-{
-    const measured of = measure(in, key);
-    return find_in(in, *in.bucket(of.hash), key, of);
-}
-
-// The same for a table and a key that may be missing or released.
-links *lookup(table in, const char *key);
-
 // Where a key is, or would be: `node` is null where there is no such key.
 struct place {
     links *bucket;
@@ -206,15 +196,50 @@ inline place locate(table in, const char *key)
     return locate(in, key, measure(in, key));
 }
 
+// The node of the key, in a table that has buckets; null if there is none.
+inline links *find(table in, const char *key)
+{
+    return locate(in, key).node;
+}
+
+// The same for a table and a key that may be missing or released.
+links *lookup(table in, const char *key);
+
+// Of the key of a node of `from`, as it is in `to`.
+inline measured measure_key_of(table from, const links &node, table to)
+{
+    const char *key = from.key(node);
+    if (keeps_stamps && uses_builtin_hash(from) && uses_builtin_hash(to) &&
+        to.set().hashsize - 1 <= stamped_hash) {
+        const std::uint32_t stamp = from.stamp(node);
+        const std::size_t size = stamp >> stamped_hash_bits;
+        return {size < long_size ? size : std::strlen(key) + 1, stamp & stamped_hash};
+    }
+    return measure(to, key);
+}
+
 // Where in `to` the key of a node of `from` is, or would be.
-place locate_key_of(table from, const links &node, table to);
+inline place locate_key_of(table from, const links &node, table to)
+{
+    return locate(to, from.key(node), measure_key_of(from, node, to));
+}
 
 // The node found there; null if there is none, also where `to` has no buckets.
-links *lookup_key_of(table from, const links &node, table to);
+inline links *lookup_key_of(table from, const links &node, table to)
+{
+    return has_buckets(to) ? locate_key_of(from, node, to).node : nullptr;
+}
 
 // The same for a `to` that began empty and was given nothing but nodes of `from`, each of them once:
 // between case-sensitive tables there is nothing to look for.
-place locate_copy_of(table from, const links &node, table to);
+inline place locate_copy_of(table from, const links &node, table to)
+{
+    const measured of = measure_key_of(from, node, to);
+    if (from.set().casekeys != 0 || to.set().casekeys != 0) {
+        return locate(to, from.key(node), of);
+    }
+    return {to.bucket(of.hash), nullptr, from.key(node), of};
+}
 
 // Appends a node to a bucket, and counts it.
 void append_node(table in, links &bucket, links &node);
