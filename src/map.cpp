@@ -78,6 +78,20 @@ map_entry_t *make_entry(const place &at, const void *value, uint32_t length)
     return entry;
 }
 
+// The same of what an entry holds, whose block is copied whole.
+map_entry_t *copy_entry(const map_entry_t &of, std::size_t keysz)
+{
+    const std::size_t size = sizeof of + of.valuesz + keysz;
+    auto *entry = static_cast<map_entry_t *>(std::malloc(size));
+    if (entry != nullptr) {
+        std::memcpy(entry, &of, size);
+        auto *bytes = reinterpret_cast<char *>(entry + 1);
+        entry->value = bytes;
+        entry->key = bytes + of.valuesz;
+    }
+    return entry;
+}
+
 void release(links &node)
 {
     std::free(&node);
@@ -89,15 +103,15 @@ void absorb(table, links &, links &node)
     release(node);
 }
 
-enum class if_present { refuse, skip, replace };
+enum class if_present { refuse, replace };
 
-inline int put_at(map_t *map, const place &at, const void *value, uint32_t length,
-                  if_present present)
+inline int put(map_t *map, const char *key, const void *value, uint32_t length, if_present present)
 {
-    if (at.node != nullptr && present != if_present::replace) {
-        return present == if_present::skip ? 0 : refused;
+    if (unusable(map, key) || value == nullptr) {
+        return EINVAL;
     }
-    if (at.node == nullptr && at_key_limit(table_of(map))) {
+    const place at = locate(table_of(map), key);
+    if (at.node != nullptr ? present == if_present::refuse : at_key_limit(table_of(map))) {
         return refused;
     }
     map_entry_t *entry = make_entry(at, value, length);
@@ -113,19 +127,21 @@ inline int put_at(map_t *map, const place &at, const void *value, uint32_t lengt
     return 0;
 }
 
-inline int put(map_t *map, const char *key, const void *value, uint32_t length, if_present present)
+// Puts a copy of another map's entry at the place of its key; gives `present` if the key is there.
+int put_copy(map_t *dst, const place &at, const links &node, int present)
 {
-    if (unusable(map, key) || value == nullptr) {
-        return EINVAL;
+    if (at.node != nullptr) {
+        return present;
     }
-    return put_at(map, locate(table_of(map), key), value, length, present);
-}
-
-// Puts an entry of src into dst, where its key is at a place in dst.
-int put_copy(map_t *dst, const place &at, const links &node, if_present present)
-{
-    const map_entry_t *entry = as_entry(&node);
-    return put_at(dst, at, entry->value, entry->valuesz, present);
+    if (at_key_limit(table_of(dst))) {
+        return refused;
+    }
+    map_entry_t *entry = copy_entry(*as_entry(&node), at.of.size);
+    if (entry == nullptr) {
+        return ENOMEM;
+    }
+    link_node(table_of(dst), at, as_node(entry));
+    return 0;
 }
 
 bool holds_equal(const map_t *map, const map_t *in, const links &node)
@@ -448,7 +464,7 @@ int map_intersection(const map_t *a, const map_t *b, map_t *dst)
     for (const links &node : nodes(table_of(a))) {
         if (holds_equal(b, a, node)) {
             const place at = locate_key_of(table_of(a), node, table_of(dst));
-            result = put_copy(dst, at, node, if_present::refuse);
+            result = put_copy(dst, at, node, refused);
         }
         if (result != 0) {
             break;
@@ -467,7 +483,7 @@ int map_merge(const map_t *src, map_t *dst)
             return EINVAL;
         }
         const place at = locate_key_of(table_of(src), node, table_of(dst));
-        const int result = put_copy(dst, at, node, if_present::skip);
+        const int result = put_copy(dst, at, node, 0);
         if (result != 0) {
             return result;
         }
@@ -486,7 +502,7 @@ int map_copy_dst_hashsize(const map_t *src, map_t *dst)
     }
     for (const links &node : nodes(table_of(src))) {
         const place at = locate_copy_of(table_of(src), node, table_of(dst));
-        result = put_copy(dst, at, node, if_present::refuse);
+        result = put_copy(dst, at, node, refused);
         if (result != 0) {
             break;
         }
