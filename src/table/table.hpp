@@ -185,7 +185,8 @@ struct place {
     measured of; // the key
 };
 
-inline place locate(table in, const char *key, const measured &of)
+// Not a frame of its own, to keep within the stack that calls may take.
+[[gnu::always_inline]] inline place locate(table in, const char *key, const measured &of)
 {
     links *bucket = in.bucket(of.hash);
     return {bucket, find_in(in, *bucket, key, of), key, of};

@@ -90,26 +90,33 @@ char *put_digits(char *end, std::uint64_t number)
     return end;
 }
 
-// Decimal text of up to nine digits, as nearly every number is stored: what strtoll and strtoull
-// make of it, at a fraction of their cost. False for any other.
+// Of no digit, a number above 9.
+std::uint32_t digit_of(char character)
+{
+    return static_cast<unsigned char>(character) - std::uint32_t{'0'};
+}
+
+// Decimal text of up to 18 digits, as nearly every number is stored: what strtoll and strtoull make of
+// it, at a fraction of their cost. False for any other.
 bool parse_decimal(const char *text, std::uint32_t length, std::uint64_t &number)
 {
-    std::uint32_t at = length != 0 && text[0] == '-';
-    const std::uint32_t first = at;
-    std::uint32_t magnitude = 0;
-    for (; at < length && at - first < 10; ++at) {
-        const std::uint32_t digit = static_cast<unsigned char>(text[at]) - std::uint32_t{'0'};
-        if (digit > 9) {
-            break;
-        }
-        magnitude = magnitude * 10 + digit;
-    }
-    const std::uint32_t digits = at - first;
-    const bool octal = digits > 1 && text[first] == '0';
-    if (at == length || text[at] != '\0' || digits == 0 || digits > 9 || octal) {
+    // A NUL at the end stops every loop over characters.
+    if (length == 0 || text[length - 1] != '\0') {
         return false;
     }
-    number = first == 0 ? magnitude : std::uint64_t{0} - magnitude;
+    const bool negative = *text == '-';
+    const char *const first = text + negative;
+    const char *at = first;
+    std::uint64_t magnitude = 0;
+    for (; digit_of(*at) <= 9; ++at) {
+        magnitude = magnitude * 10 + digit_of(*at);
+    }
+    const auto digits = static_cast<std::size_t>(at - first);
+    const bool octal = digits > 1 && *first == '0';
+    if (*at != '\0' || digits == 0 || digits > 18 || octal) {
+        return false;
+    }
+    number = negative ? 0 - magnitude : magnitude;
     return true;
 }
 

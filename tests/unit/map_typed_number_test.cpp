@@ -585,6 +585,21 @@ TEST_F(MapNumberText, AtRandomIsReadAsTheStandardLibraryAndTheRangeHaveIt)
     }
 }
 
+TEST_F(MapNumberText, OfEveryLengthIsReadAsTheStandardLibraryAndTheRangeHaveIt)
+{
+    for (std::size_t digits = 1; digits <= 30; ++digits) {
+        for (const char digit : {'0', '1', '9'}) {
+            for (const char *sign : {"", "-", "+"}) {
+                const std::string text = sign + std::string(digits, digit);
+                for (const Row &row : plain_rows()) {
+                    EXPECT_EQ(read(row, text.c_str()), parsed(row, text.c_str()))
+                        << row << ' ' << text;
+                }
+            }
+        }
+    }
+}
+
 TEST_F(MapNumberText, IsOneForEveryTypeThatRendersItAlike)
 {
     for (const Row &stored : all_rows()) {
