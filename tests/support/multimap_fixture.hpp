@@ -39,6 +39,9 @@ void fill(multimap_t &map, const std::vector<KeyValues> &content);
 // What multimap_dump prints before the values.
 std::string header_of(const multimap_t &map);
 
+// No value's index: what a call that writes none leaves there.
+constexpr uint32_t no_index = 0xA5A5A5A5;
+
 // A multimap of its own that checks itself.
 class Multimap {
   public:

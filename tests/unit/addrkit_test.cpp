@@ -307,7 +307,7 @@ struct CidrConversions {
 };
 
 template <class Record>
-std::string bytes_of(const Record &record)
+std::string memory_of(const Record &record)
 {
     return std::string(reinterpret_cast<const char *>(&record), sizeof record);
 }
@@ -339,9 +339,9 @@ template <class Conversions>
 void expect_refused(const char *text)
 {
     auto record = garbage<typename Conversions::Record>();
-    const std::string before = bytes_of(record);
+    const std::string before = memory_of(record);
     EXPECT_EQ(Conversions::from_str(exact_copy(text).data(), &record), EINVAL);
-    EXPECT_EQ(bytes_of(record), before);
+    EXPECT_EQ(memory_of(record), before);
 }
 
 struct ConversionsName {
@@ -374,7 +374,7 @@ TYPED_TEST(AddressText, GivesTheWholeRecordWhateverItHeld)
         SCOPED_TRACE(sample.text);
         auto record = garbage<typename TypeParam::Record>();
         EXPECT_EQ(TypeParam::from_str(exact_copy(sample.text).data(), &record), 0);
-        EXPECT_EQ(bytes_of(record), bytes_of(sample.record));
+        EXPECT_EQ(memory_of(record), memory_of(sample.record));
     }
 }
 
@@ -436,7 +436,7 @@ TYPED_TEST(AddressText, NeedsABufferThatHoldsItAndItsNul)
 TYPED_TEST(AddressText, IsNotMadeOfARecordThatHoldsNoAddress)
 {
     for (const auto &record : TypeParam::unwritable()) {
-        SCOPED_TRACE(testing::PrintToString(bytes_of(record)));
+        SCOPED_TRACE(testing::PrintToString(memory_of(record)));
         std::string buffer(TypeParam::buffer, '\xA5');
         const std::string untouched = buffer;
         EXPECT_EQ(TypeParam::to_str(&record, buffer.data(), TypeParam::buffer), EINVAL);
@@ -463,9 +463,9 @@ TYPED_TEST(AddressText, IsNotWrittenToNull)
 TYPED_TEST(AddressText, IsRefusedIfItIsNull)
 {
     auto record = garbage<typename TypeParam::Record>();
-    const std::string before = bytes_of(record);
+    const std::string before = memory_of(record);
     EXPECT_EQ(TypeParam::from_str(nullptr, &record), EINVAL);
-    EXPECT_EQ(bytes_of(record), before);
+    EXPECT_EQ(memory_of(record), before);
 }
 
 TYPED_TEST(AddressText, IsNotReadIntoNull)
@@ -490,7 +490,7 @@ TEST(MacText, HoldsEveryOctetInEveryPlace)
             ASSERT_EQ(text, expected);
             macaddr_t back;
             ASSERT_EQ(ak_macaddr_from_str(text.c_str(), &back), 0);
-            ASSERT_EQ(bytes_of(back), bytes_of(address));
+            ASSERT_EQ(memory_of(back), memory_of(address));
         }
     }
 }
@@ -501,7 +501,7 @@ TEST(MacText, MayBeWrittenInEitherCase)
     for (const char *text : {"ab:cd:ef:ab:cd:ef", "AB:CD:EF:AB:CD:EF", "aB:Cd:eF:Ab:cD:Ef"}) {
         macaddr_t address;
         EXPECT_EQ(ak_macaddr_from_str(text, &address), 0) << text;
-        EXPECT_EQ(bytes_of(address), bytes_of(expected)) << text;
+        EXPECT_EQ(memory_of(address), memory_of(expected)) << text;
     }
 }
 
@@ -570,7 +570,7 @@ TEST(IpText, MayTakeUpTheWholeBuffer)
     static_assert(sizeof longest == AK_IPADDR_TEXT);
     ipaddr_t address;
     EXPECT_EQ(ak_ipaddr_from_str(longest, &address), 0);
-    EXPECT_EQ(bytes_of(address), bytes_of(widest_ipv6));
+    EXPECT_EQ(memory_of(address), memory_of(widest_ipv6));
 }
 
 TEST(IpText, HoldsEveryOctetInEveryPlace)
@@ -586,7 +586,7 @@ TEST(IpText, HoldsEveryOctetInEveryPlace)
             ASSERT_EQ(text, expected);
             ipaddr_t back;
             ASSERT_EQ(ak_ipaddr_from_str(text.c_str(), &back), 0);
-            ASSERT_EQ(bytes_of(back), bytes_of(address));
+            ASSERT_EQ(memory_of(back), memory_of(address));
         }
     }
 }
@@ -613,7 +613,7 @@ TEST(CidrText, HoldsEveryPrefixThatTheVersionAllows)
             EXPECT_EQ(text_of<CidrConversions>(cidr), text);
             cidr_t back;
             EXPECT_EQ(ak_cidr_from_str(text.c_str(), &back), 0);
-            EXPECT_EQ(bytes_of(back), bytes_of(cidr));
+            EXPECT_EQ(memory_of(back), memory_of(cidr));
         }
     }
 }
@@ -622,7 +622,7 @@ TEST(CidrText, KeepsHostBits)
 {
     cidr_t cidr;
     ASSERT_EQ(ak_cidr_from_str("192.0.2.255/8", &cidr), 0);
-    EXPECT_EQ(bytes_of(cidr.address), bytes_of(ipv4(192, 0, 2, 255)));
+    EXPECT_EQ(memory_of(cidr.address), memory_of(ipv4(192, 0, 2, 255)));
     EXPECT_EQ(text_of<CidrConversions>(cidr), "192.0.2.255/8");
 }
 
@@ -632,7 +632,7 @@ TEST(CidrText, MayTakeUpTheWholeBuffer)
     static_assert(sizeof longest == AK_CIDR_TEXT);
     cidr_t cidr;
     EXPECT_EQ(ak_cidr_from_str(longest, &cidr), 0);
-    EXPECT_EQ(bytes_of(cidr), bytes_of(cidr_t{widest_ipv6, 128}));
+    EXPECT_EQ(memory_of(cidr), memory_of(cidr_t{widest_ipv6, 128}));
 }
 
 TEST(CidrText, IsRefusedAtAnyLengthWithoutAnAddress)

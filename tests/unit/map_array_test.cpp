@@ -88,7 +88,7 @@ class MapArrayTest : public MapTest {
     std::string buffer = untouched;
 };
 
-using Keys = std::vector<std::string>;
+using Names = std::vector<std::string>;
 
 } // namespace
 
@@ -171,7 +171,7 @@ TEST_F(MapArrayInit, TakesANameThatLiesInTheMap)
     ASSERT_EQ(map_insert_str(&map, "key", "dns"), 0);
     EXPECT_EQ(map_array_init(&map, stored_text(map, "key")), 0);
     EXPECT_EQ(map_array_init(&map, stored_key(map, "key")), 0);
-    EXPECT_EQ(sorted_keys(), (Keys{"dns:max", "key", "key:max"}));
+    EXPECT_EQ(sorted_keys(), (Names{"dns:max", "key", "key:max"}));
 }
 
 TEST_F(MapArrayInit, FollowsTheKeysCase)
@@ -427,12 +427,12 @@ class MapArrayAppend : public MapArrayTest {
     }
 
     // The keys of the map that another append of the name would make.
-    Keys keys_made_by_append(const std::string &name)
+    Names keys_made_by_append(const std::string &name)
     {
-        const Keys before = sorted_keys();
+        const Names before = sorted_keys();
         EXPECT_EQ(append(name), 0);
-        const Keys after = sorted_keys();
-        Keys made;
+        const Names after = sorted_keys();
+        Names made;
         std::set_difference(after.begin(), after.end(), before.begin(), before.end(),
                             std::back_inserter(made));
         return made;
@@ -484,9 +484,9 @@ TEST_F(MapArrayAppend, NotesTheCountToComeUnderOneKeyMoreAndChangesNothingElse)
 {
     make_array("dns", 2);
     const auto before = content_of(map);
-    EXPECT_EQ(keys_made_by_append("dns"), Keys{"dns:max+1"});
+    EXPECT_EQ(keys_made_by_append("dns"), Names{"dns:max+1"});
     EXPECT_EQ(value_of(map, "dns:max+1"), "3\0"s);
-    EXPECT_EQ(keys_made_by_append("dns"), Keys());
+    EXPECT_EQ(keys_made_by_append("dns"), Names());
     ASSERT_EQ(map_erase(&map, "dns:max+1"), 0);
     EXPECT_EQ(content_of(map), before);
 }
@@ -496,7 +496,7 @@ TEST_F(MapArrayAppend, NotesItUnderTheNameCutTo127Characters)
     for (const std::string &name : names()) {
         SCOPED_TRACE(name);
         ASSERT_EQ(map_array_init(&map, name.c_str()), 0);
-        EXPECT_EQ(keys_made_by_append(name), Keys{note_key(name)});
+        EXPECT_EQ(keys_made_by_append(name), Names{note_key(name)});
         ASSERT_EQ(map_clear(&map), 0);
     }
 }
@@ -507,7 +507,7 @@ TEST_F(MapArrayAppend, NotesItUnderNoKeyThatAnArrayMayUse)
         SCOPED_TRACE(length);
         const std::string name(length, 'n');
         ASSERT_EQ(map_array_init(&map, name.c_str()), 0);
-        const Keys made = keys_made_by_append(name);
+        const Names made = keys_made_by_append(name);
         ASSERT_EQ(made.size(), 1U);
         const std::string &key = made.front();
         // A cut key has 127 characters, and they may be any. Others end with ":max" or an index.
@@ -722,7 +722,7 @@ TEST_F(MapArrayPop, ErasesTheLastElementAndLowersTheCount)
 {
     make_array("dns", 2);
     EXPECT_EQ(map_array_pop(&map, "dns"), 0);
-    EXPECT_EQ(sorted_keys(), (Keys{"dns:0", "dns:max"}));
+    EXPECT_EQ(sorted_keys(), (Names{"dns:0", "dns:max"}));
     EXPECT_EQ(value_of(map, "dns:0"), "value 0\0"s);
     expect_count(1, "dns");
 }
@@ -752,7 +752,7 @@ TEST_F(MapArrayPop, LowersTheCountThoughTheElementIsMissing)
     ASSERT_EQ(map_erase(&map, "dns:1"), 0);
     EXPECT_EQ(map_array_pop(&map, "dns"), 0);
     expect_count(1, "dns");
-    EXPECT_EQ(sorted_keys(), (Keys{"dns:0", "dns:max"}));
+    EXPECT_EQ(sorted_keys(), (Names{"dns:0", "dns:max"}));
 }
 
 TEST_F(MapArrayPop, LowersTheGreatestCount)
@@ -761,7 +761,7 @@ TEST_F(MapArrayPop, LowersTheGreatestCount)
     ASSERT_EQ(map_insert_str(&map, "dns:2147483646", "last"), 0);
     EXPECT_EQ(map_array_pop(&map, "dns"), 0);
     expect_count(INT_MAX - 1, "dns");
-    EXPECT_EQ(sorted_keys(), Keys{"dns:max"});
+    EXPECT_EQ(sorted_keys(), Names{"dns:max"});
 }
 
 TEST_F(MapArrayPop, TouchesNoOtherArray)
@@ -807,7 +807,7 @@ TEST_F(MapArrayPop, HasErasedTheElementIfTheCountCannotBeStored)
     make_array("dns", 2);
     const allocations::Failure failure(0);
     EXPECT_EQ(map_array_pop(&map, "dns"), ENOMEM);
-    EXPECT_EQ(sorted_keys(), (Keys{"dns:0", "dns:max"}));
+    EXPECT_EQ(sorted_keys(), (Names{"dns:0", "dns:max"}));
     expect_count(2, "dns");
 }
 
@@ -871,7 +871,7 @@ TEST_F(MapArrayPop, TakesANameThatLiesInTheElementThatItErases)
     make_array("dns", 2);
     ASSERT_EQ(map_replace_str(&map, "dns:1", "dns"), 0);
     EXPECT_EQ(map_array_pop(&map, stored_text(map, "dns:1")), 0);
-    EXPECT_EQ(sorted_keys(), (Keys{"dns:0", "dns:max"}));
+    EXPECT_EQ(sorted_keys(), (Names{"dns:0", "dns:max"}));
     expect_count(1, "dns");
 
     make_array("0", 1);
@@ -884,12 +884,12 @@ TEST_F(MapArrayPop, TakesANameThatLiesInTheCountThatItReplaces)
 {
     make_array("1", 1);
     EXPECT_EQ(map_array_pop(&map, stored_text(map, "1:max")), 0);
-    EXPECT_EQ(sorted_keys(), Keys{"1:max"});
+    EXPECT_EQ(sorted_keys(), Names{"1:max"});
     expect_count(0, "1");
 
     make_array("x", 1);
     EXPECT_EQ(map_array_pop(&map, stored_key(map, "x:max") + 4), 0);
-    EXPECT_EQ(sorted_keys(), (Keys{"1:max", "x:max"}));
+    EXPECT_EQ(sorted_keys(), (Names{"1:max", "x:max"}));
     expect_count(0, "x");
 }
 
@@ -914,7 +914,7 @@ TEST_F(MapArrayClear, ErasesManyElements)
 {
     make_array("dns", 1001);
     EXPECT_EQ(map_array_clear(&map, "dns"), 0);
-    EXPECT_EQ(sorted_keys(), Keys{"dns:max"});
+    EXPECT_EQ(sorted_keys(), Names{"dns:max"});
 }
 
 TEST_F(MapArrayClear, PassesOverMissingElements)
@@ -923,7 +923,7 @@ TEST_F(MapArrayClear, PassesOverMissingElements)
     ASSERT_EQ(map_erase(&map, "dns:0"), 0);
     ASSERT_EQ(map_erase(&map, "dns:3"), 0);
     EXPECT_EQ(map_array_clear(&map, "dns"), 0);
-    EXPECT_EQ(sorted_keys(), Keys{"dns:max"});
+    EXPECT_EQ(sorted_keys(), Names{"dns:max"});
 }
 
 TEST_F(MapArrayClear, TouchesNothingElse)
@@ -934,8 +934,8 @@ TEST_F(MapArrayClear, TouchesNothingElse)
         ASSERT_EQ(map_insert_str(&map, key, "other"), 0);
     }
     EXPECT_EQ(map_array_clear(&map, "dns"), 0);
-    EXPECT_EQ(sorted_keys(), (Keys{":0", "DNS:0", "dns", "dns2:0", "dns:-1", "dns:00", "dns:3",
-                                   "dns:max", "dns:max+1"}));
+    EXPECT_EQ(sorted_keys(), (Names{":0", "DNS:0", "dns", "dns2:0", "dns:-1", "dns:00", "dns:3",
+                                    "dns:max", "dns:max+1"}));
 }
 
 TEST_F(MapArrayClear, DoesNothingToAnEmptyArrayOrANegativeCount)
@@ -1008,9 +1008,9 @@ TEST_F(MapArrayClear, TakesANameThatLiesInAnElement)
     make_array("dns", 3);
     ASSERT_EQ(map_replace_str(&map, "dns:0", "dns"), 0);
     EXPECT_EQ(map_array_clear(&map, stored_text(map, "dns:0")), 0);
-    EXPECT_EQ(sorted_keys(), Keys{"dns:max"});
+    EXPECT_EQ(sorted_keys(), Names{"dns:max"});
 
     make_array("0", 3);
     EXPECT_EQ(map_array_clear(&map, stored_key(map, "0:0") + 2), 0);
-    EXPECT_EQ(sorted_keys(), (Keys{"0:max", "dns:max"}));
+    EXPECT_EQ(sorted_keys(), (Names{"0:max", "dns:max"}));
 }

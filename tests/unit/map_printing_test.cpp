@@ -626,11 +626,11 @@ TEST_F(MapSndump, CutsTheNoticeToo)
 
 TEST_F(MapSndump, IntoABufferOfSizeZeroWritesNothing)
 {
-    char untouched = '#';
-    for_each_empty([&](const map_t *empty) { EXPECT_EQ(map_sndump(empty, &untouched, 0), 0U); });
+    char byte = '#';
+    for_each_empty([&](const map_t *empty) { EXPECT_EQ(map_sndump(empty, &byte, 0), 0U); });
     fill({{"a", "v"}});
-    EXPECT_EQ(map_sndump(&map, &untouched, 0), 0U);
-    EXPECT_EQ(untouched, '#');
+    EXPECT_EQ(map_sndump(&map, &byte, 0), 0U);
+    EXPECT_EQ(byte, '#');
 }
 
 TEST_F(MapSndump, WithoutABufferGivesZero)

@@ -73,7 +73,7 @@ const Refill refills[] = {
      }},
 };
 
-std::string name_of(const testing::TestParamInfo<Refill> &info)
+std::string refill_name(const testing::TestParamInfo<Refill> &info)
 {
     return info.param.name;
 }
@@ -90,7 +90,7 @@ class MapRefill : public MapTest, public testing::WithParamInterface<Refill> {
 
 } // namespace
 
-INSTANTIATE_TEST_SUITE_P(Map, MapRefill, testing::ValuesIn(refills), name_of);
+INSTANTIATE_TEST_SUITE_P(Map, MapRefill, testing::ValuesIn(refills), refill_name);
 
 TEST_F(MapCmp, OrdersTheStoredValueAgainstTheGivenOne)
 {

@@ -78,7 +78,7 @@ const Rebuild rebuilds[] = {
     {"CaseInsensitive", [](map_t *map) { return map_setcasekeys(map, 1); }, false},
 };
 
-std::string name_of(const testing::TestParamInfo<Rebuild> &info)
+std::string rebuild_name(const testing::TestParamInfo<Rebuild> &info)
 {
     return info.param.name;
 }
@@ -97,7 +97,7 @@ class MapHashFunction : public SettingsTest {};
 
 } // namespace
 
-INSTANTIATE_TEST_SUITE_P(Map, MapRebuild, testing::ValuesIn(rebuilds), name_of);
+INSTANTIATE_TEST_SUITE_P(Map, MapRebuild, testing::ValuesIn(rebuilds), rebuild_name);
 
 TEST_P(MapRebuild, KeepsEveryKeyAndItsValue)
 {

@@ -17,8 +17,6 @@ MULTIMAP_ADDRESS(Mac, macaddr)
 MULTIMAP_ADDRESS(Ip, ipaddr)
 MULTIMAP_ADDRESS(Cidr, cidr)
 
-constexpr uint32_t no_index = 0xA5A5A5A5;
-
 } // namespace
 
 template <class Type>

@@ -55,8 +55,6 @@ std::string name_of(const testing::TestParamInfo<Row> &info)
     return info.param.name;
 }
 
-constexpr uint32_t no_index = 0xA5A5A5A5;
-
 class NumberTest : public MultimapTest {
   protected:
     uint32_t index = no_index;

@@ -6,12 +6,6 @@
 
 #include <cstdint>
 
-namespace {
-
-constexpr uint32_t no_index = 0xA5A5A5A5;
-
-} // namespace
-
 class MultimapStr : public MultimapTest {
   protected:
     uint32_t index = no_index;
