@@ -1,11 +1,16 @@
 // The floor: what a map with one block an entry cannot save. For changes, the same allocations, copies
 // and frees with no table at all; for look-ups, the hash and one dependent load for each cache line
 // that must be touched.
+//
+// The bare table: what a table of this layout cannot save when it is changed. To the floor it adds the
+// hash, the bucket and the links, but looks for nothing and compares nothing: keys are known to be new,
+// and where an entry is is known beforehand.
 #include "benchmarks.hpp"
 #include "maps/textmaps_map.hpp"
 #include "measure.hpp"
 
 #include "map_internal.h"
+#include "table/chain.hpp"
 
 #include <functional>
 #include <unordered_map>
@@ -15,16 +20,17 @@ namespace bench {
 namespace {
 
 constexpr const char *floor_name = "floor";
+constexpr const char *bare_name = "bare-table";
 constexpr std::size_t sizes[] = {100, 1'000, 10'000, 100'000, 1'000'000};
+constexpr std::size_t dump_size = 10'000;
 
 std::size_t block_size(const item &one)
 {
     return sizeof(map_entry_t) + stored_length(one) + std::strlen(one.key) + 1;
 }
 
-void *make_block(const item &one)
+char *make_block(const item &one, std::size_t keysz)
 {
-    const std::size_t keysz = std::strlen(one.key) + 1;
     auto *block =
         static_cast<char *>(std::malloc(sizeof(map_entry_t) + stored_length(one) + keysz));
     char *value = block + sizeof(map_entry_t);
@@ -40,7 +46,7 @@ class blocks {
     {
         list_.reserve(list.size());
         for (const item &one : list) {
-            list_.push_back(make_block(one));
+            list_.push_back(make_block(one, std::strlen(one.key) + 1));
         }
     }
     // Copies of other blocks.
@@ -151,7 +157,7 @@ void replace(benchmark::State &state, std::size_t count)
     change(state, count, order, [&](std::unique_ptr<blocks> &of) {
         auto block = of->list().begin();
         for (const item &one : list) {
-            void *made = make_block(one);
+            void *made = make_block(one, std::strlen(one.key) + 1);
             std::free(*block);
             *block++ = made;
         }
@@ -174,16 +180,13 @@ void copy(benchmark::State &state, std::size_t count)
         });
 }
 
-// A filled map, read by its fields.
+// A map whose fields are read and written here.
 class open_map {
   public:
-    explicit open_map(std::size_t count)
+    explicit open_map(std::size_t expected)
     {
         map_init(&map_);
-        map_sethashsize(&map_, buckets_for(count));
-        for (const item &one : items(count)) {
-            map_insert(&map_, one.key, one.value, stored_length(one));
-        }
+        map_sethashsize(&map_, buckets_for(expected));
     }
     open_map(const open_map &) = delete;
     open_map &operator=(const open_map &) = delete;
@@ -191,37 +194,70 @@ class open_map {
     {
         map_destroy(&map_);
     }
+    map_t *map()
+    {
+        return &map_;
+    }
     const void *first_for(const char *key) const
     {
-        return _map_hashlist(&map_, key)->first;
+        return bucket_for(key)->first;
     }
-    const map_entry_t *entry(const char *key) const
+    map_bucket_t *bucket_for(const char *key) const
     {
-        return map_get_entry(&map_, key);
+        return _map_hashlist(&map_, key);
+    }
+    map_entry_t *entry(const char *key) const
+    {
+        return _map_entry(&map_, key);
+    }
+    void append(map_bucket_t *bucket, map_entry_t *entry)
+    {
+        textmaps::chain_append(links_of(bucket), links_of(entry));
+        ++map_.numkeys;
+    }
+    void unlink(map_bucket_t *bucket, map_entry_t *entry)
+    {
+        textmaps::chain_remove(links_of(bucket), links_of(entry));
+        --map_.numkeys;
     }
 
   private:
+    template <class Record>
+    static textmaps::links &links_of(Record *record)
+    {
+        return *reinterpret_cast<textmaps::links *>(record);
+    }
+
     map_t map_;
 };
+
+std::unique_ptr<open_map> filled(std::size_t count)
+{
+    auto made = std::make_unique<open_map>(count);
+    for (const item &one : items(count)) {
+        map_insert(made->map(), one.key, one.value, stored_length(one));
+    }
+    return made;
+}
 
 // The bucket, the entry and its key, with nothing compared: how far an entry lies behind the first of
 // its chain is known beforehand.
 void hit(benchmark::State &state, std::size_t count)
 {
-    const open_map map(count);
+    const auto map = filled(count);
     const key_list keys = present_keys(count);
     const auto address = [](const void *of) {
         return reinterpret_cast<std::uintptr_t>(of);
     };
     std::vector<std::uintptr_t> distances;
     for (const char *key : keys) {
-        distances.push_back(address(map.entry(key)) - address(map.first_for(key)));
+        distances.push_back(address(map->entry(key)) - address(map->first_for(key)));
     }
     time_reading(state, count, [&] {
         auto distance = distances.begin();
         for (const char *key : keys) {
             const auto *entry =
-                reinterpret_cast<const map_entry_t *>(address(map.first_for(key)) + *distance++);
+                reinterpret_cast<const map_entry_t *>(address(map->first_for(key)) + *distance++);
             benchmark::DoNotOptimize(*entry->key);
             benchmark::DoNotOptimize(entry->value);
         }
@@ -231,16 +267,109 @@ void hit(benchmark::State &state, std::size_t count)
 // The bucket, and of each entry in it the header and the key.
 void miss(benchmark::State &state, std::size_t count)
 {
-    const open_map map(count);
+    const auto map = filled(count);
     const key_list keys = absent_keys(count);
     time_reading(state, count, [&] {
         for (const char *key : keys) {
-            const auto *entry = static_cast<const map_entry_t *>(map.first_for(key));
+            const auto *entry = static_cast<const map_entry_t *>(map->first_for(key));
             for (; entry != nullptr; entry = entry->next) {
                 benchmark::DoNotOptimize(*entry->key);
             }
         }
     });
+}
+
+void bare_fill(benchmark::State &state, std::size_t count)
+{
+    std::vector<std::size_t> key_sizes;
+    for (const item &one : items(count)) {
+        key_sizes.push_back(std::strlen(one.key) + 1);
+    }
+    const auto list = items(count);
+    time_changes(
+        state, count, [] { return std::unique_ptr<open_map>(); },
+        [&](std::unique_ptr<open_map> &map) {
+            map = std::make_unique<open_map>(count);
+            auto keysz = key_sizes.begin();
+            for (const item &one : list) {
+                map_bucket_t *bucket = map->bucket_for(one.key);
+                char *block = make_block(one, *keysz++);
+                auto *entry = reinterpret_cast<map_entry_t *>(block);
+                char *value = block + sizeof *entry;
+                entry->value = value;
+                entry->valuesz = stored_length(one);
+                entry->key = value + entry->valuesz;
+                map->append(bucket, entry);
+            }
+        });
+}
+
+void bare_erase(benchmark::State &state, std::size_t count)
+{
+    const key_list keys = present_keys(count);
+    struct known {
+        std::unique_ptr<open_map> map;
+        std::vector<map_entry_t *> entries;
+    };
+    const auto make = [&] {
+        known made{filled(count), {}};
+        for (const char *key : keys) {
+            made.entries.push_back(made.map->entry(key));
+        }
+        return made;
+    };
+    time_changes(state, count, make, [&](known &of) {
+        auto entry = of.entries.begin();
+        for (const char *key : keys) {
+            of.map->unlink(of.map->bucket_for(key), *entry);
+            std::free(*entry++);
+        }
+    });
+}
+
+// Bucket by bucket, and nothing asked of the settings.
+void bare_copy(benchmark::State &state, std::size_t count)
+{
+    constexpr std::uint32_t ahead = 8;
+    const auto source = filled(count);
+    const map_t &from = *source->map();
+    std::vector<std::size_t> block_sizes;
+    for (const std::size_t position : table_order(count)) {
+        block_sizes.push_back(block_size(items(count)[position]));
+    }
+    time_changes(
+        state, count, [=] { return std::make_unique<open_map>(count); },
+        [&](std::unique_ptr<open_map> &to) {
+            auto size = block_sizes.begin();
+            for (std::uint32_t i = 0; i < from.hashsize; ++i) {
+                const map_bucket_t &later = from.buckets[(i + ahead) & (from.hashsize - 1)];
+                __builtin_prefetch(later.first != nullptr ? later.first : &later);
+                const auto *entry = static_cast<const map_entry_t *>(from.buckets[i].first);
+                for (; entry != nullptr; entry = entry->next) {
+                    void *block = std::memcpy(std::malloc(*size), entry, *size);
+                    auto *made = static_cast<map_entry_t *>(block);
+                    made->value = made + 1;
+                    made->key = static_cast<const char *>(made->value) + made->valuesz;
+                    to->append(&to->map()->buckets[i], made);
+                    ++size;
+                }
+            }
+        });
+}
+
+// Lines that are sorted already.
+void bare_dump(benchmark::State &state, std::size_t count)
+{
+    std::vector<item> list(items(count).begin(), items(count).end());
+    std::sort(list.begin(), list.end(),
+              [](const item &a, const item &b) { return std::strcmp(a.key, b.key) < 0; });
+    std::FILE *nowhere = std::fopen("/dev/null", "w");
+    time_reading(state, count, [&] {
+        for (const item &one : list) {
+            std::fprintf(nowhere, " %s=%.*s\n", one.key, static_cast<int>(one.length), one.value);
+        }
+    });
+    std::fclose(nowhere);
 }
 
 } // namespace
@@ -261,7 +390,11 @@ void add_floor_benchmarks()
         add_benchmark("clear", floor_name, count, free_in_table_order);
         add_benchmark("destroy", floor_name, count, free_in_table_order);
         add_benchmark("copy", floor_name, count, copy);
+        add_benchmark("fill", bare_name, count, bare_fill);
+        add_benchmark("erase", bare_name, count, bare_erase);
+        add_benchmark("copy", bare_name, count, bare_copy);
     }
+    add_benchmark("dump", bare_name, dump_size, 1, bare_dump);
 }
 
 } // namespace bench

@@ -16,6 +16,11 @@ import sys
 
 OURS = "textmaps"
 FLOOR = "floor"
+BARE = "bare-table"
+
+# What the map's time cannot go below, by operation: for look-ups, the floor has the table in it.
+BOUNDS = {"fill": BARE, "hit": FLOOR, "miss": FLOOR, "erase": BARE, "copy": BARE, "dump": BARE,
+          "write-uint32": BARE, "read-uint32": BARE}
 
 # The ratios that are aimed at: how many times as fast as the peer.
 AIMS = {
@@ -44,7 +49,7 @@ COMPARED_SIZES = {"hit-32-buckets": (1_024,)}
 DEFAULT_SIZES = (1_000, 10_000, 100_000)
 
 MAPS = [OURS, "plain", "uthash", "GHashTable", "unordered_map", "unordered_map-transparent",
-        "boost-unordered_map", "llvm-StringMap", "absl-flat_hash_map", FLOOR]
+        "boost-unordered_map", "llvm-StringMap", "absl-flat_hash_map", FLOOR, BARE]
 MAP_OPERATIONS = ["fill", "hit", "miss", "replace-equal", "replace-other", "erase", "iterate", "clear",
                   "destroy", "copy", "equal", "dump"]
 LIST_OPERATIONS = ["fill", "look-up", "erase", "iterate", "destroy", "copy", "equal"]
@@ -53,7 +58,9 @@ LIST_PEERS = {"multimap": "unordered_multimap", "arraymap": "unordered_map-vecto
 COLOURS = {OURS: "#c1272d", "plain": "#8c8c8c", "uthash": "#0072b2", "GHashTable": "#56b4e9",
            "unordered_map": "#e69f00", "unordered_map-transparent": "#f0c040",
            "boost-unordered_map": "#7a5c00", "llvm-StringMap": "#009e73",
-           "absl-flat_hash_map": "#9467bd", FLOOR: "#000000"}
+           "absl-flat_hash_map": "#9467bd", FLOOR: "#000000", BARE: "#000000"}
+
+DASHES = {FLOOR: "5 4", BARE: "2 3"}
 
 
 class Results:
@@ -70,17 +77,24 @@ class Results:
                     self.bytes[candidate, int(size)] = run["bytes"] / int(size)
                 else:
                     times[operation, candidate, int(size)].append(run["real_time"] / run["keys"])
+        self.all_times = times
         self.times = {key: statistics.median(rounds) for key, rounds in times.items()}
         self.rounds = collections.defaultdict(int)
         for (_, _, size), rounds in times.items():
             self.rounds[size] = max(self.rounds[size], len(rounds))
-        self.ratios = {
-            key: [theirs / ours for theirs, ours in zip(rounds, times[key[0], OURS, key[2]])]
-            for key, rounds in times.items() if (key[0], OURS, key[2]) in times and key[1] != OURS}
-        self.spread = statistics.median(
-            (quarters[2] - quarters[0]) / quarters[1]
-            for quarters in (statistics.quantiles(ratios) for ratios in self.ratios.values()
-                             if len(ratios) > 1))
+
+    def ratios(self, operation, peer, candidate, size):
+        """How many times as fast as the peer, in each round."""
+        return [theirs / ours for theirs, ours in zip(self.all_times[operation, peer, size],
+                                                      self.all_times[operation, candidate, size])]
+
+    def spread(self):
+        """Of a ratio over the rounds, the middle half in parts of the median: the median of all."""
+        quarters = [statistics.quantiles(self.ratios(operation, peer, OURS, size))
+                    for operation, peer, size in self.times
+                    if peer != OURS and (operation, OURS, size) in self.times
+                    and len(self.all_times[operation, peer, size]) > 1]
+        return statistics.median((third - first) / median for first, median, third in quarters)
 
     def sizes(self, operation, *candidates):
         """Those of which all candidates were measured."""
@@ -92,10 +106,11 @@ class Results:
         wanted = COMPARED_SIZES.get(operation, DEFAULT_SIZES)
         return [size for size in self.sizes(operation, *candidates) if size in wanted]
 
-    def times_as_fast(self, operation, peer):
-        """How many times as fast as the peer: the geometric mean; None where it was not measured."""
-        sizes = self.compared_sizes(operation, OURS, peer)
-        return geometric_mean(statistics.median(self.ratios[operation, peer, size])
+    def times_as_fast(self, operation, peer, candidate=OURS):
+        """How many times as fast as the peer a candidate is: the geometric mean; None where it was not
+        measured."""
+        sizes = self.compared_sizes(operation, candidate, peer)
+        return geometric_mean(statistics.median(self.ratios(operation, peer, candidate, size))
                               for size in sizes) if sizes else None
 
     def mean_time(self, operation, candidate):
@@ -110,7 +125,8 @@ def geometric_mean(numbers):
 def print_ratios(results):
     print(f"{'operation':<16}{'ns a key':>9}  {'peer':<26}{'ns a key':>9}{'ratio':>8}{'aim':>8}")
     for operation, aims in AIMS.items():
-        for peer, aim in (aims | {FLOOR: 1 / COPY_TO_FLOOR if operation == "copy" else None}).items():
+        bounds = {FLOOR: 1 / COPY_TO_FLOOR if operation == "copy" else None, BARE: None}
+        for peer, aim in (aims | bounds).items():
             ratio = results.times_as_fast(operation, peer)
             if ratio is None:
                 continue
@@ -128,27 +144,36 @@ def nanoseconds(time):
     return f"{time:.1f}" if time < 100 else f"{time:,.0f}"
 
 
+def ratio_cells(results, operation, candidate):
+    """How many times as fast as each peer the candidate is, and what is aimed at."""
+    cells = []
+    for peer in AIMS["fill"]:
+        ratio = results.times_as_fast(operation, peer, candidate)
+        aim = AIMS[operation].get(peer)
+        if ratio is None or peer not in AIMS[operation]:
+            cells.append("")
+        elif aim is None:
+            cells.append(f"{ratio:.2f}")
+        else:
+            cells.append(f"{ratio:.2f} ({aim:g})" + (" †" if ratio < aim else ""))
+    return cells
+
+
 def ratio_table(results):
-    peers = list(AIMS["fill"])
     rows = []
-    for operation, aims in AIMS.items():
-        row = [f"`{operation}`"]
-        for peer in peers:
-            ratio = results.times_as_fast(operation, peer)
-            aim = aims.get(peer)
-            if ratio is None or peer not in aims:
-                row.append("")
-            elif aim is None:
-                row.append(f"{ratio:.2f}")
-            else:
-                row.append(f"{ratio:.2f} ({aim:g})" + (" †" if ratio < aim else ""))
+    for operation in AIMS:
         floor = results.times_as_fast(operation, FLOOR)
         part = f"{1 / floor:.2f}" if floor else ""
         if operation == "copy":
             part += f" ({COPY_TO_FLOOR:g})" + (" †" if 1 / floor > COPY_TO_FLOOR else "")
-        row.append(part)
-        rows.append(row)
-    return table(["", *(f"`{peer}`" for peer in peers), "× floor"], rows)
+        rows.append([f"`{operation}`", *ratio_cells(results, operation, OURS), part])
+    return table(["", *(f"`{peer}`" for peer in AIMS["fill"]), "× floor"], rows)
+
+
+def bound_table(results):
+    return table(["", *(f"`{peer}`" for peer in AIMS["fill"])],
+                 [[f"`{operation}`, `{bound}`", *ratio_cells(results, operation, bound)]
+                  for operation, bound in BOUNDS.items()])
 
 
 def size_columns(results, operations):
@@ -185,7 +210,7 @@ def typed_number_table(results):
     sizes = size_columns(results, ["write-uint32"])
     rows = [[f"`{name}`"] + [nanoseconds(results.times[f"{access}-uint32", name, size])
                              for access in ("write", "read") for size in sizes]
-            for name in (OURS, "plain", "unordered_map", "GHashTable")]
+            for name in (OURS, "plain", "unordered_map", "GHashTable", BARE)]
     return table(["", *(f"{access}, {size:,} keys" for access in ("write", "read") for size in sizes)],
                  rows)
 
@@ -313,7 +338,7 @@ def plot(results, operation):
     for position, (name, line) in enumerate(by_last_time):
         path = "L".join(f"{x(size):.1f} {y(time):.1f}" for size, time in line)
         stroke = f'stroke="{COLOURS[name]}" stroke-width="{3 if name == OURS else 1.5}"'
-        dashes = ' stroke-dasharray="5 4"' if name == FLOOR else ""
+        dashes = f' stroke-dasharray="{DASHES[name]}"' if name in DASHES else ""
         level = top + 20 + 22 * position
         parts.append(f'<path d="M{path}" fill="none" {stroke}{dashes}/>'
                      f'<path d="M{width - legend + 15} {level}h24" {stroke}{dashes}/>'
@@ -334,8 +359,9 @@ def write_document(directory, template, document):
         "machine": machine(directory),
         "rounds": str(results.rounds[DEFAULT_SIZES[0]]),
         "rounds-of-a-million": str(results.rounds[1_000_000]),
-        "spread": f"{100 * results.spread:.0f} %",
+        "spread": f"{100 * results.spread():.0f} %",
         "ratios": ratio_table(results),
+        "bounds": bound_table(results),
         "times": time_tables(results),
         "lists": list_table(results),
         "typed-number": typed_number_table(results),

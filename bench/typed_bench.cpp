@@ -59,6 +59,26 @@ class textmaps_store {
     map_t map_;
 };
 
+// What a number costs but for its text: any text is written, and what is read is not parsed.
+class bare_store : public textmaps_store {
+  public:
+    static constexpr const char *name = "bare-table";
+
+    using textmaps_store::textmaps_store;
+
+    void write(const char *key, std::uint32_t)
+    {
+        static constexpr char text[] = "12345";
+        map_replace(map(), key, text, sizeof text);
+    }
+    void read(const char *key, std::uint32_t *length)
+    {
+        const void *text;
+        map_index(map(), key, &text, length);
+        benchmark::DoNotOptimize(text);
+    }
+};
+
 class plain_store {
   public:
     static constexpr const char *name = "plain";
@@ -203,7 +223,7 @@ void add_uint32(std::size_t count)
         values<std::uint32_t>(count,
                               [](std::size_t i) { return static_cast<std::uint32_t>(number(i)); }),
         [](Store &store, const char *key, std::uint32_t value) { store.write(key, value); },
-        [](const Store &store, const char *key, std::uint32_t *out) { store.read(key, out); });
+        [](Store &store, const char *key, std::uint32_t *out) { store.read(key, out); });
 }
 
 // A row of the map by its two functions.
@@ -306,6 +326,7 @@ void add_typed_benchmarks()
 {
     for (const std::size_t count : sizes) {
         add_uint32<textmaps_store>(count);
+        add_uint32<bare_store>(count);
         add_uint32<plain_store>(count);
         add_uint32<standard_store>(count);
         add_uint32<glib_store>(count);
