@@ -78,7 +78,8 @@ map_entry_t *make_entry(const place &at, const void *value, uint32_t length)
     return entry;
 }
 
-// The same of what an entry holds, whose block is copied whole.
+// A copy of an entry, linked nowhere; null when there is no memory. The block is copied whole: its size
+// is one that was allocated before, and cannot overflow.
 map_entry_t *copy_entry(const map_entry_t &of, std::size_t keysz)
 {
     const std::size_t size = sizeof of + of.valuesz + keysz;
@@ -127,11 +128,11 @@ inline int put(map_t *map, const char *key, const void *value, uint32_t length, 
     return 0;
 }
 
-// Puts a copy of another map's entry at the place of its key; gives `present` if the key is there.
-int put_copy(map_t *dst, const place &at, const links &node, int present)
+// Puts a copy of another map's entry at the place of its key, unless that is there.
+int put_copy(map_t *dst, const place &at, const links &node, int result_if_present)
 {
     if (at.node != nullptr) {
-        return present;
+        return result_if_present;
     }
     if (at_key_limit(table_of(dst))) {
         return refused;

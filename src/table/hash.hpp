@@ -49,8 +49,8 @@ inline std::uint64_t load(const char *from)
     return word;
 }
 
-// Whether the bytes are the same: of short runs, such as keys, in less time than memcmp takes to begin.
-// The last word overlaps the one before.
+// Whether the bytes are the same: for short runs, such as keys, faster than a call of memcmp. The last
+// word overlaps the one before.
 inline bool same_bytes(const char *a, const char *b, std::size_t size)
 {
     if (size < 8) {
@@ -113,12 +113,13 @@ inline std::uint32_t hash_word(std::uint64_t bytes)
     return __builtin_expect(negative == 0, 1) ? hash : hash - (polynomial(negative >> 7) << 8);
 }
 
+constexpr std::uint32_t powers[] = {1,          power31(1), power31(2), power31(3),
+                                    power31(4), power31(5), power31(6), power31(7)};
+
 // Eight bytes or more. What is left behind whole words lies in a word that overlaps them, whose
 // bytes of before are taken out: no loop over bytes, whose end the processor could not foresee.
 inline std::uint32_t hash_words(const char *key, std::size_t length)
 {
-    constexpr std::uint32_t powers[] = {1,          power31(1), power31(2), power31(3),
-                                        power31(4), power31(5), power31(6), power31(7)};
     const char *const end = key + length;
     const char *at = key + 8;
     std::uint32_t hash = hash_word(load(key));

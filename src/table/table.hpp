@@ -185,7 +185,7 @@ struct place {
     measured of; // the key
 };
 
-// Not a frame of its own, to keep within the stack that calls may take.
+// Always inline: its frame would go beyond the stack that tools/size allows a call.
 [[gnu::always_inline]] inline place locate(table in, const char *key, const measured &of)
 {
     links *bucket = in.bucket(of.hash);
@@ -225,12 +225,6 @@ inline place locate_key_of(table from, const links &node, table to)
     return locate(to, from.key(node), measure_key_of(from, node, to));
 }
 
-// The node found there; null if there is none, also where `to` has no buckets.
-inline links *lookup_key_of(table from, const links &node, table to)
-{
-    return has_buckets(to) ? locate_key_of(from, node, to).node : nullptr;
-}
-
 // The same for a `to` that began empty and was given nothing but nodes of `from`, each of them once:
 // between case-sensitive tables there is nothing to look for.
 inline place locate_copy_of(table from, const links &node, table to)
@@ -240,6 +234,12 @@ inline place locate_copy_of(table from, const links &node, table to)
         return locate(to, from.key(node), of);
     }
     return {to.bucket(of.hash), nullptr, from.key(node), of};
+}
+
+// The node of such a key in `to`; null if there is none, also where `to` has no buckets.
+inline links *lookup_key_of(table from, const links &node, table to)
+{
+    return has_buckets(to) ? locate_key_of(from, node, to).node : nullptr;
 }
 
 // Appends a node to a bucket, and counts it.

@@ -90,7 +90,7 @@ char *put_digits(char *end, std::uint64_t number)
     return end;
 }
 
-// Of no digit, a number above 9.
+// The digit's value; above 9 if it is none.
 std::uint32_t digit_of(char character)
 {
     return static_cast<unsigned char>(character) - std::uint32_t{'0'};

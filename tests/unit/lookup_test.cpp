@@ -89,7 +89,7 @@ const Keys others = {"", "\xE9", "\xC9", "lan.ipaddr.first", "LAN.ipaddr.FIRST",
 const std::string nothing = "\x01\xE1";
 
 // Keys of few bytes and of many, of one hash, some of the same length and some not; they differ at
-// their beginning, or at any place.
+// their beginning, or in one byte or two at any place.
 std::vector<Keys> collisions_of_all_lengths()
 {
     std::vector<Keys> all;
@@ -101,7 +101,9 @@ std::vector<Keys> collisions_of_all_lengths()
         for (unsigned int behind = 0; before + behind < 26; ++behind) {
             const std::string head(before, 'k');
             const std::string tail(behind, 'k');
-            all.push_back({head + "B0" + tail, head + "AO" + tail});
+            // Two spellings of a letter are told apart by one byte.
+            all.push_back(
+                {head + "B0" + tail, head + "AO" + tail, head + "Ao" + tail, head + "ao" + tail});
         }
     }
     return all;
