@@ -181,7 +181,9 @@ std::span<const item> items(std::size_t count)
     return list.first(count);
 }
 
-key_list::key_list(std::span<const item> of, std::size_t most)
+namespace {
+
+std::vector<const char *> shuffled(std::span<const item> of, std::size_t most)
 {
     std::vector<const char *> keys;
     for (const item &one : of) {
@@ -189,7 +191,13 @@ key_list::key_list(std::span<const item> of, std::size_t most)
     }
     shuffle(keys);
     keys.resize(std::min(keys.size(), most));
+    return keys;
+}
 
+} // namespace
+
+key_list::key_list(const std::vector<const char *> &keys)
+{
     std::vector<std::size_t> starts;
     for (const char *key : keys) {
         starts.push_back(text_.size());
@@ -200,6 +208,10 @@ key_list::key_list(std::span<const item> of, std::size_t most)
     }
 }
 
+key_list::key_list(std::span<const item> of, std::size_t most) : key_list(shuffled(of, most))
+{
+}
+
 key_list present_keys(std::size_t count)
 {
     return key_list(items(count));
@@ -208,6 +220,18 @@ key_list present_keys(std::size_t count)
 key_list absent_keys(std::size_t count)
 {
     return key_list(items(2 * count).subspan(count));
+}
+
+key_list in_many_orders(const key_list &keys)
+{
+    constexpr std::size_t enough = 20'000;
+    std::vector<const char *> order(keys.begin(), keys.end());
+    std::vector<const char *> all;
+    for (std::uint32_t seed = 0; all.size() < enough; ++seed) {
+        shuffle(order, seed);
+        all.insert(all.end(), order.begin(), order.end());
+    }
+    return key_list(all);
 }
 
 } // namespace bench

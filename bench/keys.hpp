@@ -23,11 +23,11 @@ struct item {
 // device, in turn. When the others are used up, setting names go on alone.
 std::span<const item> items(std::size_t count);
 
-// The same order in every run.
+// The same order in every run, for each seed.
 template <class T>
-void shuffle(std::vector<T> &list)
+void shuffle(std::vector<T> &list, std::uint32_t seed = 20260101)
 {
-    std::mt19937 random(20260101);
+    std::mt19937 random(seed);
     for (std::size_t left = list.size(); left > 1; --left) {
         std::swap(list[left - 1], list[random() % left]);
     }
@@ -36,6 +36,8 @@ void shuffle(std::vector<T> &list)
 // Keys to look up, as a program would have just made them: copies, side by side in memory.
 class key_list {
   public:
+    explicit key_list(const std::vector<const char *> &keys);
+
     // In shuffled order, no more than `most` of them.
     explicit key_list(std::span<const item> of, std::size_t most = SIZE_MAX);
 
@@ -62,5 +64,9 @@ key_list present_keys(std::size_t count);
 
 // As many keys that are not among them, from further on in the list.
 key_list absent_keys(std::size_t count);
+
+// All keys in one order after another, 20,000 or more altogether. The same few in the same order again
+// and again, the processor would soon know by heart, and no branch would cost what it costs a program.
+key_list in_many_orders(const key_list &keys);
 
 } // namespace bench

@@ -44,8 +44,9 @@ std::unique_ptr<Map> filled(std::size_t count)
 }
 
 template <class Map>
-void look_up(benchmark::State &state, const Map &map, const key_list &keys)
+void look_up(benchmark::State &state, const Map &map, const key_list &of)
 {
+    const key_list keys = in_many_orders(of);
     time_reading(state, keys.size(), [&] {
         for (const char *key : keys) {
             benchmark::DoNotOptimize(map.find(key));

@@ -59,10 +59,11 @@ class textmaps_store {
     map_t map_;
 };
 
-// What a number costs but for its text: any text is written, and what is read is not parsed.
-class bare_store : public textmaps_store {
+// The library's own, but for making and parsing text: a text at hand is written, and what is read is
+// left as it is.
+class textless_store : public textmaps_store {
   public:
-    static constexpr const char *name = "bare-table";
+    static constexpr const char *name = "no-text";
 
     using textmaps_store::textmaps_store;
 
@@ -326,7 +327,7 @@ void add_typed_benchmarks()
 {
     for (const std::size_t count : sizes) {
         add_uint32<textmaps_store>(count);
-        add_uint32<bare_store>(count);
+        add_uint32<textless_store>(count);
         add_uint32<plain_store>(count);
         add_uint32<standard_store>(count);
         add_uint32<glib_store>(count);
