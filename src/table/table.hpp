@@ -206,7 +206,8 @@ inline links *find(table in, const char *key)
 // The same for a table and a key that may be missing or released.
 links *lookup(table in, const char *key);
 
-// Of the key of a node of `from`, as it is in `to`.
+// Size and hash in `to` of the key of a node of `from`. The key is not read where its stamp tells
+// both.
 inline measured measure_key_of(table from, const links &node, table to)
 {
     const char *key = from.key(node);
@@ -226,7 +227,7 @@ inline place locate_key_of(table from, const links &node, table to)
 }
 
 // The same for a `to` that began empty and was given nothing but nodes of `from`, each of them once:
-// between case-sensitive tables there is nothing to look for.
+// between case-sensitive tables there is nothing to look for, since no two keys have the same spelling.
 inline place locate_copy_of(table from, const links &node, table to)
 {
     const measured of = measure_key_of(from, node, to);
