@@ -1,4 +1,4 @@
-// The built-in hash, and other work on a key's bytes a word at a time.
+// The built-in hash, and what else goes through bytes a word at a time.
 #pragma once
 
 #include <cstddef>
@@ -44,9 +44,9 @@ inline measured hash_bytes(const char *key)
 
 inline std::uint64_t load(const char *from)
 {
-    std::uint64_t word;
-    std::memcpy(&word, from, sizeof word);
-    return word;
+    std::uint64_t bytes;
+    std::memcpy(&bytes, from, sizeof bytes);
+    return bytes;
 }
 
 // Whether the bytes are the same: for short runs, such as keys, faster than a call of memcmp. The last

@@ -440,7 +440,22 @@ TEST_P(MapNumberRead, ChangesAndAllocatesNothing)
     EXPECT_EQ(log.sizes(), std::vector<std::size_t>());
 }
 
-class MapNumberText : public NumberTest {};
+class MapNumberText : public NumberTest {
+  protected:
+    // Every row reads the value as the standard library and the row's range have it.
+    void expect_read_as_parsed(const char *key, const std::string &bytes)
+    {
+        ASSERT_EQ(replace(map, key, bytes), 0);
+        for (const Row &row : plain_rows()) {
+            const std::optional<uint64_t> expected = parsed_bytes(row, bytes);
+            const Reading reading = row.get(&map, key, 0);
+            ASSERT_EQ(reading.result, expected ? 0 : ERANGE)
+                << row << ' ' << testing::PrintToString(bytes);
+            ASSERT_EQ(reading.value, expected.value_or(0))
+                << row << ' ' << testing::PrintToString(bytes);
+        }
+    }
+};
 
 TEST_F(MapNumberText, OfAUint16IsThatOfItsLow16Bits)
 {
@@ -573,15 +588,7 @@ TEST_F(MapNumberText, AtRandomIsReadAsTheStandardLibraryAndTheRangeHaveIt)
     for (int i = 0; i < texts; ++i) {
         const std::string bytes = random.next();
         const char *key = i % 2 == 0 ? "7" : "";
-        ASSERT_EQ(replace(map, key, bytes), 0);
-        for (const Row &row : plain_rows()) {
-            const std::optional<uint64_t> expected = parsed_bytes(row, bytes);
-            const Reading reading = row.get(&map, key, 0);
-            ASSERT_EQ(reading.result, expected ? 0 : ERANGE)
-                << row << ' ' << testing::PrintToString(bytes);
-            ASSERT_EQ(reading.value, expected.value_or(0))
-                << row << ' ' << testing::PrintToString(bytes);
-        }
+        ASSERT_NO_FATAL_FAILURE(expect_read_as_parsed(key, bytes));
     }
 }
 
@@ -595,6 +602,19 @@ TEST_F(MapNumberText, OfEveryLengthIsReadAsTheStandardLibraryAndTheRangeHaveIt)
                     EXPECT_EQ(read(row, text.c_str()), parsed(row, text.c_str()))
                         << row << ' ' << text;
                 }
+            }
+        }
+    }
+}
+
+TEST_F(MapNumberText, WithAnotherByteInAnyPlaceIsReadAsTheStandardLibraryAndTheRangeHaveIt)
+{
+    for (std::size_t digits = 1; digits <= 20; ++digits) {
+        for (std::size_t place = 0; place < digits; ++place) {
+            for (const char other : "\1 +-/:;?@ex\x80\xAF\xB0\xB9\xBA\xFF") {
+                std::string bytes = "98765432109876543210"s.substr(0, digits) + '\0';
+                bytes[place] = other;
+                ASSERT_NO_FATAL_FAILURE(expect_read_as_parsed("key", bytes));
             }
         }
     }
