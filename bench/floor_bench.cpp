@@ -307,21 +307,22 @@ void bare_fill(benchmark::State &state, std::size_t count)
 
 void bare_erase(benchmark::State &state, std::size_t count)
 {
-    const key_list keys = present_keys(count);
+    key_orders orders(present_keys(count));
     struct known {
         std::unique_ptr<open_map> map;
+        std::span<const char *const> keys;
         std::vector<map_entry_t *> entries;
     };
     const auto make = [&] {
-        known made{filled(count), {}};
-        for (const char *key : keys) {
+        known made{filled(count), orders.next(), {}};
+        for (const char *key : made.keys) {
             made.entries.push_back(made.map->entry(key));
         }
         return made;
     };
     time_changes(state, count, make, [&](known &of) {
         auto entry = of.entries.begin();
-        for (const char *key : keys) {
+        for (const char *key : of.keys) {
             of.map->unlink(of.map->bucket_for(key), *entry);
             std::free(*entry++);
         }

@@ -69,4 +69,27 @@ key_list absent_keys(std::size_t count);
 // and again, the processor would soon know by heart, and no branch would cost what it costs a program.
 key_list in_many_orders(const key_list &keys);
 
+// The same for passes of which each goes through all keys once.
+class key_orders {
+  public:
+    explicit key_orders(const key_list &keys)
+        : keys_(in_many_orders(keys)), count_(static_cast<std::ptrdiff_t>(keys.size()))
+    {
+    }
+    std::span<const char *const> next()
+    {
+        if (at_ == keys_.end()) {
+            at_ = keys_.begin();
+        }
+        const auto first = at_;
+        at_ += count_;
+        return {first, at_};
+    }
+
+  private:
+    key_list keys_;
+    std::ptrdiff_t count_;
+    std::vector<const char *>::const_iterator at_ = keys_.begin();
+};
+
 } // namespace bench

@@ -98,9 +98,9 @@ void replace(benchmark::State &state, std::size_t count, const std::string &adde
 template <class Map>
 void erase(benchmark::State &state, std::size_t count)
 {
-    const key_list keys = present_keys(count);
+    key_orders orders(present_keys(count));
     change<Map>(state, count, [&](std::unique_ptr<Map> &map) {
-        for (const char *key : keys) {
+        for (const char *key : orders.next()) {
             map->erase(key);
         }
     });

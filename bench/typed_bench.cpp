@@ -158,9 +158,11 @@ class glib_store {
     GHashTable *table_;
 };
 
+using key_span = std::span<const char *const>;
+
 // The values in the order of the keys.
 template <class Value, class Write>
-void write_all(const key_list &keys, const std::vector<Value> &values, Write write)
+void write_all(key_span keys, const std::vector<Value> &values, Write write)
 {
     auto value = values.begin();
     for (const char *key : keys) {
@@ -169,7 +171,7 @@ void write_all(const key_list &keys, const std::vector<Value> &values, Write wri
 }
 
 template <class Output, class Read>
-void read_all(const key_list &keys, Read read)
+void read_all(key_span keys, Read read)
 {
     for (const char *key : keys) {
         Output out;
@@ -178,14 +180,16 @@ void read_all(const key_list &keys, Read read)
     }
 }
 
-// Makes a Store, writes all values once, and times pass(store, keys).
+// Makes a Store, writes all values once, and times pass(store, keys), with the keys in another order each
+// time.
 template <class Store, class Value, class Write, class Pass>
 void time_store(benchmark::State &state, const std::vector<Value> &values, Write write, Pass pass)
 {
-    const key_list keys = present_keys(values.size());
+    key_orders orders(present_keys(values.size()));
     Store store(buckets_for(values.size()));
-    write_all(keys, values, [&](const char *key, const Value &value) { write(store, key, value); });
-    time_reading(state, values.size(), [&] { pass(store, keys); });
+    write_all(orders.next(), values,
+              [&](const char *key, const Value &value) { write(store, key, value); });
+    time_reading(state, values.size(), [&] { pass(store, orders.next()); });
 }
 
 // write(store, key, value) and read(store, key, out) of a row.
@@ -194,13 +198,13 @@ void add_row(const std::string &row, const std::vector<Value> &values, Write wri
 {
     const std::size_t count = values.size();
     add_benchmark("write-" + row, Store::name, count, [=](benchmark::State &state, std::size_t) {
-        time_store<Store>(state, values, write, [&](Store &store, const key_list &keys) {
+        time_store<Store>(state, values, write, [&](Store &store, key_span keys) {
             write_all(keys, values,
                       [&](const char *key, const Value &value) { write(store, key, value); });
         });
     });
     add_benchmark("read-" + row, Store::name, count, [=](benchmark::State &state, std::size_t) {
-        time_store<Store>(state, values, write, [&](Store &store, const key_list &keys) {
+        time_store<Store>(state, values, write, [&](Store &store, key_span keys) {
             read_all<Output>(keys, [&](const char *key, Output *out) { read(store, key, out); });
         });
     });
