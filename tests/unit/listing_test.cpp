@@ -6,7 +6,7 @@
 
 TEST(SortCompare, GoesByTheBytesOfTheKeysAlone)
 {
-    const char *in_order[] = {"", "B", "a", "aa", "b", "\x80", "\xff"};
+    const char *in_order[] = {"", "B", "a", "aB", "aa", "a\x80", "b", "\x80", "\xff"};
     int earlier = 0;
     for (const char *a : in_order) {
         int later = 0;
