@@ -41,9 +41,9 @@ bool is_walking();
 
 // In a program that links the target `walker`, a walk goes before and after every call that changes a
 // container, also those that the typed layer makes, over each container that the call was given. Of
-// containers of up to 256 buckets, keys and values together that is every call, of larger ones so
-// many, by lot, that the cost of a call stays the same. A key is compared with its nearest 16
-// predecessors then, and so is a value.
+// containers of up to 256 buckets, keys and values together that is every call, and each key and value
+// is compared with all before it. Of larger ones it is so many calls, by lot, that the cost of a call
+// stays the same, and what is compared are the nearest 16.
 
 // What is done about a finding. `when` names the call, and whether it is over.
 using Report = void (*)(const char *when, const Walk &finding);

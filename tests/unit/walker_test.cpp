@@ -402,6 +402,44 @@ TEST_F(WalkedCalls, MayHideKeysForNoOtherReason)
               std::vector{"after map_insert: no two keys of a bucket are equal"s});
 }
 
+TEST_F(WalkedCalls, MayHideNoKeyHoweverFarFromItsEqual)
+{
+    ASSERT_EQ(map_sethashsize(&map, 1), 0);
+    ASSERT_EQ(insert(map, "key", "1"), 0);
+    for (int i = 0; i < 200; ++i) {
+        ASSERT_EQ(insert(map, std::to_string(i).c_str(), ""), 0);
+    }
+    ASSERT_EQ(insert(map, "KEY", "2"), 0);
+    ASSERT_EQ(map_sethashfunc(&map, hash_and_set_casekeys<1>), 0);
+    map.casekeys = 0;
+    Reports::taken();
+    EXPECT_EQ(insert(map, "other", "3"), 0);
+    EXPECT_EQ(Reports::taken(),
+              std::vector{"after map_insert: no two keys of a bucket are equal"s});
+}
+
+// Only neighbours are compared there: of keys that lay far apart it was not known.
+TEST_F(WalkedCalls, MayBringHiddenKeysOfALargeMapTogether)
+{
+    ASSERT_EQ(map_sethashfunc(&map, hash_first_byte), 0);
+    ASSERT_EQ(map_setcasekeys(&map, 1), 0);
+    // The lot falls on a call now and then.
+    for (int round = 0; round < 8; ++round) {
+        ASSERT_EQ(map_sethashsize(&map, 64), 0);
+        ASSERT_EQ(insert(map, "KEY", "1"), 0);
+        for (int i = 0; i < 300; ++i) {
+            ASSERT_EQ(insert(map, ("between " + std::to_string(i)).c_str(), ""), 0);
+        }
+        ASSERT_EQ(insert(map, "key", "2"), 0);
+        ASSERT_EQ(map_sethashsize(&map, 1), 0);
+        ASSERT_EQ(walker::walk(map, 16).oddities, 0U);
+        EXPECT_EQ(replace(map, "key", "3"), 0);
+        ASSERT_EQ(walker::walk(map, 16).oddities, walker::hidden_key);
+        ASSERT_EQ(map_clear(&map), 0);
+    }
+    EXPECT_TRUE(Reports::taken().empty());
+}
+
 TEST_F(WalkedCalls, LeaveWithoutBucketsNoHashFunctionThatWasNotSetSo)
 {
     ASSERT_EQ(map_destroy(&map), 0);
