@@ -237,6 +237,21 @@ TYPED_TEST(ListFaults, LeaveAReleasedContainerReleasedWhenItsBucketsAreNotToBeHa
     });
 }
 
+TYPED_TEST(ListFaults, OfAFormatComeBeforeAMissingKeyOrValue)
+{
+    const auto expect_no_memory = [this] {
+        for (const Failure::How how : ways_to_fail) {
+            this->expect_unchanged(ENOMEM, [this, how] {
+                Failure failure(0, how);
+                return TypeParam::delete_fmt(&this->map, "key", "%s", "missing");
+            });
+        }
+    };
+    expect_no_memory();
+    fill(this->map, {{"key", {"text\0"s}}});
+    expect_no_memory();
+}
+
 TYPED_TEST(ListFaults, ComeBeforeTheKeyLimitForTheValueAndBehindItForTheKey)
 {
     this->fill_some(this->map);
@@ -254,13 +269,21 @@ class ListSetFaults : public FaultTest<Family> {
   protected:
     using Container = typename Family::Container;
 
+    // Each allocation is a call of its own: a few keys have enough.
+    void keep_a_few_keys()
+    {
+        for (int i = 12; i < 42; ++i) {
+            Family::erase(&this->map, std::to_string(i).c_str());
+        }
+    }
+
     // Into destinations that are filled, at the limit, and churned.
     void expect_an_empty_destination(
         const char *name,
         const std::function<int(const Container *source, Container *dst)> &operation,
         std::size_t more_allocations)
     {
-        const auto held = static_cast<std::size_t>(this->map.numkeys + this->map.numvalues);
+        const std::size_t held = held_by(this->map);
         const auto checked = [&](const Container *source, Container *dst) {
             const int result = operation(source, dst);
             if (result == 0) {
@@ -287,13 +310,10 @@ class ListSetFaults : public FaultTest<Family> {
         }
     }
 
-    // `copied_buckets` are the allocations that a copy makes for its buckets. Each allocation is a call
-    // of its own: a few keys have enough.
+    // `copied_buckets` are the allocations that a copy makes for its buckets.
     void expect_empty_destinations(std::size_t copied_buckets)
     {
-        for (int i = 12; i < 42; ++i) {
-            Family::erase(&this->map, std::to_string(i).c_str());
-        }
+        keep_a_few_keys();
         expect_an_empty_destination(
             "intersection",
             [](const auto *a, auto *dst) { return Family::intersection(a, a, dst); }, 0);
@@ -305,6 +325,90 @@ class ListSetFaults : public FaultTest<Family> {
             [&](const auto *b, auto *dst) { return Family::set_union(&nothing, b, dst); }, 0);
         expect_an_empty_destination(
             "copy", [](const auto *a, auto *dst) { return Family::copy(a, dst); }, copied_buckets);
+    }
+
+    // In destinations that are filled, at the limit, and churned.
+    void expect_merges_to_keep_what_was_added()
+    {
+        keep_a_few_keys();
+        const auto leave_some = [](Container &dst) {
+            fill(dst, {{"key", {"second", "own"}}});
+        };
+        const auto leave_at_limit = [&](Container &dst) {
+            leave_some(dst);
+            ASSERT_EQ(Family::setmaxkeys(&dst, this->map.numkeys + 1), 0);
+        };
+        for (const std::function<void(Container &)> &leave :
+             std::vector<std::function<void(Container &)>>{leave_some, leave_at_limit,
+                                                           FaultTest<Family>::fill_and_churn}) {
+            expect_a_merge_to_keep_what_was_added(leave);
+        }
+    }
+
+  private:
+    static std::size_t held_by(const Container &map)
+    {
+        return static_cast<std::size_t>(map.numkeys + map.numvalues);
+    }
+
+    // What a destination holds after a merge that ended at an allocation: a value takes one, a new key
+    // one more.
+    static std::vector<KeyValues> merged_before(std::size_t allocation,
+                                                const std::vector<KeyValues> &source,
+                                                std::vector<KeyValues> content)
+    {
+        for (const auto &[key, values] : source) {
+            auto held =
+                std::find_if(content.begin(), content.end(),
+                             [name = key](const KeyValues &other) { return other.first == name; });
+            for (const std::string &value : values) {
+                const bool is_new = held == content.end();
+                if (!Family::keeps_equal_values && !is_new &&
+                    std::count(held->second.begin(), held->second.end(), value) != 0) {
+                    continue;
+                }
+                const std::size_t taken = is_new ? 2 : 1;
+                if (allocation < taken) {
+                    return content;
+                }
+                allocation -= taken;
+                if (is_new) {
+                    held = content.insert(content.end(), {key, {}});
+                }
+                held->second.push_back(value);
+            }
+        }
+        return content;
+    }
+
+    void expect_a_merge_to_keep_what_was_added(const std::function<void(Container &)> &leave)
+    {
+        const auto source = state_of(this->map);
+        const std::vector<KeyValues> added = content_of(source);
+        for (const Failure::How how : ways_to_fail) {
+            bool failed = true;
+            for (std::size_t nth = 0; failed; ++nth) {
+                SCOPED_TRACE(nth);
+                const std::size_t live = allocations::live();
+                typename Family::Own dst;
+                // In one bucket, what is added stands behind the destination's own.
+                ASSERT_EQ(Family::sethashfunc(&dst, hash_all_to_zero), 0);
+                leave(*dst);
+                const std::vector<KeyValues> own = content_of(*dst);
+                {
+                    Failure failure(nth, how);
+                    const int result = Family::merge(&this->map, &dst);
+                    failed = failure.happened();
+                    EXPECT_EQ(result, failed ? ENOMEM : 0);
+                }
+                const std::vector<KeyValues> merged = content_of(*dst);
+                EXPECT_EQ(merged, merged_before(failed ? nth : SIZE_MAX, added, own));
+                EXPECT_EQ(allocations::live(), live + 1 + held_by(*dst)) << "leaked";
+                EXPECT_EQ(state_of(this->map), source);
+                EXPECT_EQ(Family::merge(&this->map, &dst), 0);
+                EXPECT_EQ(content_of(*dst), merged_before(SIZE_MAX, added, merged));
+            }
+        }
     }
 };
 
@@ -336,61 +440,16 @@ TYPED_TEST(ListSetFaults, OfCopysBucketsKeepTheOldNumber)
     EXPECT_EQ(dst->numkeys, 0);
 }
 
-// What a destination holds after a merge that ended at an allocation: a value takes one, a new key one
-// more.
-template <class Family>
-std::vector<KeyValues> merged_before(std::size_t allocation, const std::vector<KeyValues> &source,
-                                     std::vector<KeyValues> content)
-{
-    for (const auto &[key, values] : source) {
-        auto held =
-            std::find_if(content.begin(), content.end(),
-                         [name = key](const KeyValues &other) { return other.first == name; });
-        for (const std::string &value : values) {
-            const bool is_new = held == content.end();
-            if (!Family::keeps_equal_values && !is_new &&
-                std::count(held->second.begin(), held->second.end(), value) != 0) {
-                continue;
-            }
-            const std::size_t taken = is_new ? 2 : 1;
-            if (allocation < taken) {
-                return content;
-            }
-            allocation -= taken;
-            if (is_new) {
-                held = content.insert(content.end(), {key, {}});
-            }
-            held->second.push_back(value);
-        }
-    }
-    return content;
-}
-
 TYPED_TEST(ListSetFaults, OfMergeKeepWhatWasAddedSoFar)
 {
     this->fill_some(this->map);
-    const auto source = state_of(this->map);
-    const std::vector<KeyValues> own = {{"key", {"second", "own"}}};
-    // "key" is there already, and so is "second".
-    const int missing_values = this->map.numvalues - (TypeParam::keeps_equal_values ? 0 : 1);
-    const auto allocations = static_cast<std::size_t>(this->map.numkeys - 1 + missing_values);
-    for (const Failure::How how : ways_to_fail) {
-        for (std::size_t nth = 0; nth <= allocations; ++nth) {
-            const std::size_t live = allocations::live();
-            typename TypeParam::Own dst;
-            ASSERT_EQ(TypeParam::sethashfunc(&dst, hash_all_to_zero), 0);
-            fill(*dst, own);
-            {
-                Failure failure(nth, how);
-                EXPECT_EQ(TypeParam::merge(&this->map, &dst), nth < allocations ? ENOMEM : 0);
-            }
-            EXPECT_EQ(content_of(*dst), merged_before<TypeParam>(nth, content_of(source), own))
-                << nth;
-            const auto held = static_cast<std::size_t>(dst->numkeys + dst->numvalues);
-            EXPECT_EQ(allocations::live(), live + 1 + held) << "leaked";
-            EXPECT_EQ(state_of(this->map), source);
-        }
-    }
+    this->expect_merges_to_keep_what_was_added();
+}
+
+TYPED_TEST(ListSetFaults, OfMergeFromAChurnedSourceKeepWhatWasAddedSoFar)
+{
+    this->fill_and_churn(this->map);
+    this->expect_merges_to_keep_what_was_added();
 }
 
 template <class Family>

@@ -280,6 +280,14 @@ TEST_F(MapFaults, CannotHitWhatTakesNoMemory)
 
 class MapSetFaults : public MapTest {
   protected:
+    // Each allocation is a call of its own: a few keys have enough.
+    void keep_a_few_keys()
+    {
+        for (int i = 20; i < 60; ++i) {
+            map_erase(&map, std::to_string(i).c_str());
+        }
+    }
+
     // Into destinations that are filled, at the limit, and churned.
     void expect_an_empty_destination(
         const char *name, const std::function<int(const map_t *source, map_t *dst)> &operation,
@@ -311,18 +319,71 @@ class MapSetFaults : public MapTest {
         }
     }
 
-    // `copied_buckets` are the allocations that a copy makes for its buckets. Each allocation is a call
-    // of its own: a few keys have enough.
+    // `copied_buckets` are the allocations that a copy makes for its buckets.
     void expect_empty_destinations(std::size_t copied_buckets)
     {
-        for (int i = 20; i < 60; ++i) {
-            map_erase(&map, std::to_string(i).c_str());
-        }
+        keep_a_few_keys();
         expect_an_empty_destination("map_copy_dst_hashsize", map_copy_dst_hashsize, 0);
         expect_an_empty_destination(
             "map_intersection",
             [](const map_t *a, map_t *dst) { return map_intersection(a, a, dst); }, 0);
         expect_an_empty_destination("map_copy", map_copy, copied_buckets);
+    }
+
+    // In destinations that are filled, at the limit, and churned.
+    void expect_merges_to_keep_what_was_added()
+    {
+        keep_a_few_keys();
+        const auto leave_some = [](map_t &dst) {
+            ASSERT_EQ(insert(dst, "key", "own"), 0);
+        };
+        const auto leave_at_limit = [&](map_t &dst) {
+            leave_some(dst);
+            ASSERT_EQ(map_setmaxkeys(&dst, map.numkeys + 1), 0);
+        };
+        for (const std::function<void(map_t &)> &leave : std::vector<std::function<void(map_t &)>>{
+                 leave_some, leave_at_limit, fill_and_churn}) {
+            expect_a_merge_to_keep_what_was_added(leave);
+        }
+    }
+
+  private:
+    void expect_a_merge_to_keep_what_was_added(const std::function<void(map_t &)> &leave)
+    {
+        const MapState source = state_of(map);
+        for (const Failure::How how : ways_to_fail) {
+            bool failed = true;
+            for (std::size_t nth = 0; failed; ++nth) {
+                SCOPED_TRACE(nth);
+                const std::size_t live = allocations::live();
+                Map dst;
+                // In one bucket, what is added stands behind the destination's own.
+                ASSERT_EQ(map_sethashfunc(&dst, hash_all_to_zero), 0);
+                leave(*dst);
+                auto merged = content_of(*dst);
+                std::vector<std::pair<std::string, std::string>> missing;
+                for (const auto &entry : content_of(map)) {
+                    if (map_haskey(&dst, entry.first.c_str()) == 0) {
+                        missing.push_back(entry);
+                    }
+                }
+                {
+                    Failure failure(nth, how);
+                    const int result = map_merge(&map, &dst);
+                    failed = failure.happened();
+                    EXPECT_EQ(result, failed ? ENOMEM : 0);
+                    ASSERT_EQ(failed, nth < missing.size());
+                }
+                const auto added = missing.begin() + static_cast<std::ptrdiff_t>(nth);
+                merged.insert(merged.end(), missing.begin(), added);
+                EXPECT_EQ(content_of(*dst), merged);
+                EXPECT_EQ(allocations::live(), live + 1 + merged.size()) << "leaked";
+                EXPECT_EQ(state_of(map), source);
+                EXPECT_EQ(map_merge(&map, &dst), 0);
+                merged.insert(merged.end(), added, missing.end());
+                EXPECT_EQ(content_of(*dst), merged);
+            }
+        }
     }
 };
 
@@ -354,30 +415,13 @@ TEST_F(MapSetFaults, OfMapCopysBucketsKeepTheOldNumber)
 TEST_F(MapSetFaults, OfMergeKeepWhatWasAddedSoFar)
 {
     fill(map);
-    const MapState source = state_of(map);
-    for (const Failure::How how : ways_to_fail) {
-        std::size_t nth = 0;
-        // In one bucket, what is added stands behind the destination's own.
-        std::vector<std::pair<std::string, std::string>> merged = {{"key", "own"}};
-        for (const auto &entry : content_of(map)) {
-            if (entry.first == "key") {
-                continue;
-            }
-            const std::size_t live = allocations::live();
-            Map dst;
-            ASSERT_EQ(map_sethashsize(&dst, 1), 0);
-            ASSERT_EQ(insert(*dst, "key", "own"), 0);
-            {
-                Failure failure(nth, how);
-                EXPECT_EQ(map_merge(&map, &dst), ENOMEM);
-            }
-            EXPECT_EQ(content_of(*dst), merged);
-            EXPECT_EQ(allocations::live(), live + 1 + merged.size()) << "leaked";
-            EXPECT_EQ(state_of(map), source);
-            merged.push_back(entry);
-            ++nth;
-        }
-    }
+    expect_merges_to_keep_what_was_added();
+}
+
+TEST_F(MapSetFaults, OfMergeFromAChurnedSourceKeepWhatWasAddedSoFar)
+{
+    fill_and_churn(map);
+    expect_merges_to_keep_what_was_added();
 }
 
 struct MapPrinters {
