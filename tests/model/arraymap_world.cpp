@@ -119,11 +119,7 @@ class ArraymapWorld : public ListWorld<ArraymapApi> {
     {
         const Pair in = container(operation);
         const Key of = key(operation, in);
-        Value value = bytes(operation, in, of);
-        // A null pointer with a length, and with none.
-        if (value.library == nullptr) {
-            value.length = operation.value.choice % 2U;
-        }
+        const Value value = bytes(operation, in, of);
         agree("result",
               arraymap_replace(in.library, of.library, operation.position, value.library,
                                value.length),

@@ -217,8 +217,9 @@ class TableWorld : public ComparingWorld {
 
     Value bytes(const Operation &operation, const Pair &in, const Key &of)
     {
+        // A null pointer with a length, and with none.
         if (operation.is_null(Field::bytes)) {
-            return {nullptr, nullptr, 0};
+            return {nullptr, nullptr, operation.value.choice % 2U};
         }
         return any_bytes(operation.value, in, of);
     }
