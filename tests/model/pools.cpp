@@ -22,9 +22,11 @@ std::vector<std::string> make_keys()
                     "dns:max", "dns:0",     "dns:1",     "a=b",       "\n",
                     forty,     forty + "a", forty + "A", two_hundred, two_hundred + "\xE9",
                 });
-    for (int i = 0; i < 24; ++i) {
+    for (int i = 0; i < 20; ++i) {
         keys.push_back("k" + std::to_string(i));
     }
+    const std::string long_key(5000, 'l');
+    keys.insert(keys.end(), {long_key, long_key + 'm', long_key + 'M', long_key + "mm"});
     return keys;
 }
 
