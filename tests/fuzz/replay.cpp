@@ -1,4 +1,4 @@
-// Feeds a fuzz target the inputs that are kept in a file, each a line of hexadecimal digits. The last
+// Feeds a fuzz target the inputs that are kept in files, each a line of hexadecimal digits. The last
 // line number printed is that of the input that failed.
 #include <cstdint>
 #include <cstdio>
@@ -19,23 +19,35 @@ std::vector<std::uint8_t> bytes_of(const std::string &digits)
     return bytes;
 }
 
-} // namespace
-
-int main(int argc, char **argv)
+// How many there were.
+unsigned long replay(const char *path)
 {
-    if (argc != 2) {
-        std::fprintf(stderr, "usage: %s FILE\n", argv[0]);
-        return 2;
-    }
-    std::ifstream file(argv[1]);
+    std::ifstream file(path);
     std::string line;
     unsigned long count = 0;
     while (std::getline(file, line)) {
-        std::printf("%s:%lu\n", argv[1], ++count);
+        std::printf("%s:%lu\n", path, ++count);
         std::fflush(stdout);
         const std::vector<std::uint8_t> bytes = bytes_of(line);
         LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
     }
-    std::printf("%lu inputs replayed\n", count);
-    return count == 0 ? 1 : 0;
+    return count;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    if (argc < 2) {
+        std::fprintf(stderr, "usage: %s FILE...\n", argv[0]);
+        return 2;
+    }
+    for (int i = 1; i < argc; ++i) {
+        const unsigned long count = replay(argv[i]);
+        std::printf("%lu inputs replayed\n", count);
+        if (count == 0) {
+            return 1;
+        }
+    }
+    return 0;
 }
