@@ -164,13 +164,13 @@ int setcasekeys(table in, std::uint32_t flag, absorb_fn absorb)
     links queue;
     gather(in, queue);
     in.set().casekeys = casekeys;
+    // Stamps hold: the built-in hash asks for no setting.
     while (links *node = chain_take_first(queue)) {
         const place at = locate(in, in.key(*node));
         if (at.node != nullptr) {
             --in.numkeys();
             absorb(in, *at.node, *node);
         } else {
-            in.keep_stamp(*node, at.of);
             chain_append(*at.bucket, *node);
         }
     }

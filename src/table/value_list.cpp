@@ -210,7 +210,7 @@ int clear_lists(lists *in)
     // Without keys nothing is looked at, and nothing set.
     const bool holds_keys = in != nullptr && in->numkeys > 0;
     const int result = clear(table_of(in), release_key);
-    if (result == 0 && holds_keys) {
+    if (holds_keys) {
         in->numvalues = 0;
     }
     return result;
