@@ -423,6 +423,28 @@ TEST_F(MapSort, SortsAThousandKeys)
     std::free(items);
 }
 
+TEST_F(MapSort, SortsKeysHoweverLongTheyBeginAlike)
+{
+    std::vector<std::string> in_order;
+    for (std::size_t length = 0; length <= 17; ++length) {
+        for (const char *end : {"", "A", "a", "b", "\x80", "\xff"}) {
+            in_order.push_back(std::string(length, 'a') + 'B' + end);
+        }
+    }
+    for (const std::string &key : in_order) {
+        ASSERT_EQ(insert(map, key.c_str(), "v"), 0);
+    }
+    std::sort(in_order.begin(), in_order.end());
+    map_sort_item_t *items = nullptr;
+    int32_t count = 0;
+    ASSERT_EQ(_map_sort(&map, &items, &count), 0);
+    for (std::size_t i = 0; i < in_order.size(); ++i) {
+        EXPECT_EQ(items[i].key, in_order[i]);
+        EXPECT_EQ(items[i].key, map_key_name(&map, items[i].index));
+    }
+    std::free(items);
+}
+
 TEST_F(MapSort, MakesOneAllocationOfItsItems)
 {
     insert_scrambled(map, 1000);
