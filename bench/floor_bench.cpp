@@ -22,8 +22,6 @@ namespace {
 
 constexpr const char *floor_name = "floor";
 constexpr const char *bare_name = "bare-table";
-constexpr std::size_t sizes[] = {100, 1'000, 10'000, 100'000, 1'000'000};
-constexpr std::size_t dump_size = 10'000;
 
 std::size_t block_size(const item &one)
 {
@@ -232,13 +230,18 @@ class open_map {
     map_t map_;
 };
 
-std::unique_ptr<open_map> filled(std::size_t count)
+std::unique_ptr<open_map> filled(std::size_t count, std::size_t expected)
 {
-    auto made = std::make_unique<open_map>(count);
+    auto made = std::make_unique<open_map>(expected);
     for (const item &one : items(count)) {
         map_insert(made->map(), one.key, one.value, stored_length(one));
     }
     return made;
+}
+
+std::unique_ptr<open_map> filled(std::size_t count)
+{
+    return filled(count, count);
 }
 
 // The bucket, the entry and its key, with nothing compared: how far an entry lies behind the first of
@@ -259,6 +262,35 @@ void hit(benchmark::State &state, std::size_t count)
         for (const char *key : keys) {
             const auto *entry =
                 reinterpret_cast<const map_entry_t *>(address(map->first_for(key)) + *distance++);
+            benchmark::DoNotOptimize(*entry->key);
+            benchmark::DoNotOptimize(entry->value);
+        }
+    });
+}
+
+// The bucket, the entries up to that of the key, and the key: how many links lead there is known beforehand.
+void hit_in_chain(benchmark::State &state, std::size_t count)
+{
+    const auto map = filled(count, default_buckets);
+    const key_list keys = in_many_orders(key_list(items(count), chain_sample));
+    const auto first_for = [&](const char *key) {
+        return static_cast<const map_entry_t *>(map->first_for(key));
+    };
+    std::vector<std::size_t> distances;
+    for (const char *key : keys) {
+        std::size_t links = 0;
+        for (const auto *entry = first_for(key); entry != map->entry(key); entry = entry->next) {
+            ++links;
+        }
+        distances.push_back(links);
+    }
+    time_reading(state, keys.size(), [&] {
+        auto distance = distances.begin();
+        for (const char *key : keys) {
+            const map_entry_t *entry = first_for(key);
+            for (std::size_t links = *distance++; links != 0; --links) {
+                entry = entry->next;
+            }
             benchmark::DoNotOptimize(*entry->key);
             benchmark::DoNotOptimize(entry->value);
         }
@@ -378,7 +410,7 @@ void bare_dump(benchmark::State &state, std::size_t count)
 
 void add_floor_benchmarks()
 {
-    for (const std::size_t count : sizes) {
+    for (const std::size_t count : map_sizes) {
         const auto free_in_table_order = [](benchmark::State &state, std::size_t n) {
             change(state, n, table_order(n), free_blocks);
         };
@@ -395,6 +427,9 @@ void add_floor_benchmarks()
         add_benchmark("fill", bare_name, count, bare_fill);
         add_benchmark("erase", bare_name, count, bare_erase);
         add_benchmark("copy", bare_name, count, bare_copy);
+    }
+    for (const std::size_t count : long_chains) {
+        add_benchmark("hit-32-buckets", floor_name, count, chain_passes, hit_in_chain);
     }
     add_benchmark("dump", bare_name, dump_size, 1, bare_dump);
 }

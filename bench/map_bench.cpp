@@ -1,4 +1,5 @@
 // The map side by side with what users would pick instead.
+#include "benchmarks.hpp"
 #include "maps/absl_map.hpp"
 #include "maps/boost_map.hpp"
 #include "maps/glib_map.hpp"
@@ -12,13 +13,6 @@
 namespace bench {
 
 namespace {
-
-constexpr std::size_t sizes[] = {100, 1'000, 10'000, 100'000, 1'000'000};
-constexpr std::size_t dump_size = 10'000;
-
-// The table that map_init makes, with chains of 32 and of 1,000 keys.
-constexpr std::size_t default_buckets = 32;
-constexpr std::size_t long_chains[] = {32 * default_buckets, 1'000 * default_buckets};
 
 template <class Map>
 void insert_all(Map &map, std::span<const item> list)
@@ -163,7 +157,7 @@ template <class Map>
 void add_map()
 {
     const std::string name = Map::name;
-    for (const std::size_t count : sizes) {
+    for (const std::size_t count : map_sizes) {
         add_benchmark("fill", name, count, fill<Map>);
         add_benchmark("hit", name, count, [](benchmark::State &state, std::size_t n) {
             look_up(state, *filled<Map>(n), present_keys(n));
@@ -195,12 +189,12 @@ void add_map()
 template <class Map>
 void add_long_chains()
 {
-    constexpr std::size_t sample = 1'000;
     for (const std::size_t count : long_chains) {
-        add_benchmark(
-            "hit-32-buckets", Map::name, count, 10, [](benchmark::State &state, std::size_t n) {
-                look_up(state, *filled<Map>(n, default_buckets), key_list(items(n), sample));
-            });
+        add_benchmark("hit-32-buckets", Map::name, count, chain_passes,
+                      [](benchmark::State &state, std::size_t n) {
+                          look_up(state, *filled<Map>(n, default_buckets),
+                                  key_list(items(n), chain_sample));
+                      });
     }
 }
 
