@@ -1,5 +1,6 @@
 // The arraymap core: values are addressed by their index, and a key may hold equal ones.
 #include "arraymap_internal.h"
+#include "table/sort.hpp"
 #include "table/value_list.hpp"
 
 #include <cstring>
@@ -307,7 +308,7 @@ const char *arraymap_key_name(const arraymap_t *map, int32_t ordinal)
 
 int _arraymap_sort(const arraymap_t *map, arraymap_sort_item_t **items, int32_t *count)
 {
-    return sort_keys(table_of(as_lists(map)), reinterpret_cast<listed **>(items), count);
+    return sort_keys(table_of(as_lists(map)), reinterpret_cast<sort_item **>(items), count);
 }
 
 void arraymap_print(const arraymap_t *map, arraymap_print_fn fn, void *context)

@@ -1,5 +1,6 @@
 // The multimap core: a value is refused where its key holds an equal one.
 #include "multimap_internal.h"
+#include "table/sort.hpp"
 #include "table/value_list.hpp"
 
 #include <cstring>
@@ -255,7 +256,7 @@ const char *multimap_key_name(const multimap_t *map, int32_t ordinal)
 
 int _multimap_sort(const multimap_t *map, multimap_sort_item_t **items, int32_t *count)
 {
-    return sort_keys(table_of(as_lists(map)), reinterpret_cast<listed **>(items), count);
+    return sort_keys(table_of(as_lists(map)), reinterpret_cast<sort_item **>(items), count);
 }
 
 void multimap_print(const multimap_t *map, multimap_print_fn fn, void *context)

@@ -1,5 +1,7 @@
-// The built-in hash, and what else goes through bytes a word at a time.
+// The built-in hash.
 #pragma once
+
+#include "words.hpp"
 
 #include <cstddef>
 #include <cstdint>
@@ -42,37 +44,9 @@ inline measured hash_bytes(const char *key)
     return {static_cast<std::size_t>(end - key) + 1, hash};
 }
 
-inline std::uint64_t load(const char *from)
-{
-    std::uint64_t bytes;
-    std::memcpy(&bytes, from, sizeof bytes);
-    return bytes;
-}
+#ifdef TEXTMAPS_BY_WORDS
 
-// Whether the bytes are the same: for short runs, such as keys, faster than a call of memcmp. The last
-// word overlaps the one before.
-inline bool same_bytes(const char *a, const char *b, std::size_t size)
-{
-    if (size < 8) {
-        return std::memcmp(a, b, size) == 0;
-    }
-    const std::size_t last = size - 8;
-    for (std::size_t at = 0; at < last; at += 8) {
-        if (load(a + at) != load(b + at)) {
-            return false;
-        }
-    }
-    return load(a + last) == load(b + last);
-}
-
-#if __SIZEOF_POINTER__ == 8 && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
-
-// Eight bytes at a time, the first in the lowest lane. Never a byte is read that is not the key's.
-
-constexpr std::uint64_t in_every_lane(std::uint64_t byte)
-{
-    return byte * 0x0101010101010101;
-}
+// Never a byte is read that is not the key's.
 
 constexpr std::uint64_t to_upper(std::uint64_t bytes)
 {
@@ -138,7 +112,7 @@ inline std::uint32_t hash_words(const char *key, std::size_t length)
 // share a bucket.
 inline measured builtin_hash(const char *key)
 {
-#if __SIZEOF_POINTER__ == 8 && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+#ifdef TEXTMAPS_BY_WORDS
     const std::size_t length = std::strlen(key);
     if (length >= 8) {
         return {length + 1, hash_words(key, length)};

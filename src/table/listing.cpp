@@ -1,6 +1,6 @@
 #include "listing.hpp"
 
-#include "allocate.hpp"
+#include "sort.hpp"
 
 #include <cstdarg>
 #include <cstring>
@@ -8,37 +8,6 @@
 namespace textmaps {
 
 namespace {
-
-// The keys, each with what item(node, ordinal) gives, sorted. The array is the holder's to free; null
-// when there is no memory. One walk and one allocation: std::sort rather than qsort, which may
-// allocate scratch of its own.
-listed *sorted(table in, listed (*item)(table in, const links &node, std::int32_t ordinal))
-{
-    const auto keys = static_cast<std::size_t>(in.numkeys());
-    auto *items = static_cast<listed *>(allocate_array(keys, sizeof(listed)));
-    if (items != nullptr) {
-        std::int32_t count = 0;
-        for (const links &node : nodes(in)) {
-            items[count] = item(in, node, count);
-            ++count;
-        }
-        std::sort(items, items + count,
-                  [](const listed &a, const listed &b) { return _sort_compare(a, b) < 0; });
-    }
-    return items;
-}
-
-listed with_ordinal(table in, const links &node, std::int32_t ordinal)
-{
-    listed item{in.key(node), {}};
-    item.ordinal = ordinal;
-    return item;
-}
-
-listed with_node(table in, const links &node, std::int32_t)
-{
-    return {in.key(node), {&node}};
-}
 
 // What a look-up of the node's key finds: the node, unless a hash function that does not fold case
 // has let another spelling stand before it in its bucket.
@@ -84,38 +53,19 @@ int print_to_buffer(void *buffer, const char *format, ...)
 
 } // namespace
 
-int _sort_compare(const listed &a, const listed &b)
-{
-    // Most keys differ in their first byte, which saves the call.
-    const int order = static_cast<unsigned char>(*a.key) - static_cast<unsigned char>(*b.key);
-    return order != 0 ? order : std::strcmp(a.key, b.key);
-}
-
-int sort_keys(table in, listed **items, std::int32_t *count)
-{
-    if (items == nullptr || count == nullptr) {
-        return EINVAL;
-    }
-    listed *list = sorted(in, with_ordinal);
-    if (list == nullptr) {
-        return ENOMEM;
-    }
-    *items = list;
-    *count = in.numkeys();
-    return 0;
-}
-
 void print_sorted(table in, rendering as, print_fn print, void *context)
 {
-    listed *list = sorted(in, with_node);
+    sortable *list = sorted(in);
     if (list == nullptr) {
         for (const links &node : nodes(in)) {
             print_found(in, node, as, print, context);
         }
         return;
     }
-    const listed *end = list + in.numkeys();
-    for (const listed *item = list; item != end; ++item) {
+    constexpr std::ptrdiff_t ahead = 8;
+    const sortable *const end = list + in.numkeys();
+    for (const sortable *item = list; item != end; ++item) {
+        __builtin_prefetch(item[std::min(ahead, end - item - 1)].node);
         print_found(in, *item->node, as, print, context);
     }
     std::free(list);

@@ -1,4 +1,4 @@
-// Listings: the keys in sorted order, and the sinks that a rendering is written to.
+// Listings, and the sinks that a rendering is written to.
 #pragma once
 
 #include "table.hpp"
@@ -8,23 +8,6 @@
 #include <cstdio>
 
 namespace textmaps {
-
-// A key, and its node or its position in iteration order. With a position it is what the families
-// call a sort item.
-struct [[gnu::may_alias]] listed {
-    const char *key;
-    union {
-        const links *node;
-        std::int32_t ordinal;
-    };
-};
-
-// Byte order of the keys, whatever `casekeys` says. No two keys of a table compare equal by it.
-int _sort_compare(const listed &a, const listed &b);
-
-// The keys and their positions, sorted: 0, with an array that the caller frees and its length; 22 if
-// an output is null; 12.
-int sort_keys(table in, listed **items, std::int32_t *count);
 
 // A sink is a printf-like function and its context.
 using print_fn = int (*)(void *context, const char *format, ...);

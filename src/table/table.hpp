@@ -4,6 +4,7 @@
 
 #include "chain.hpp"
 #include "hash.hpp"
+#include "words.hpp"
 
 #include <cerrno>
 #include <cstddef>

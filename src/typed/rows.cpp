@@ -1,6 +1,6 @@
 #include "rows.hpp"
 
-#include "table/hash.hpp"
+#include "table/words.hpp"
 
 namespace textmaps {
 
@@ -94,7 +94,7 @@ char *put_digits(char *end, std::uint64_t number)
 
 constexpr std::size_t most_digits = 16;
 
-#if __SIZEOF_POINTER__ == 8 && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+#ifdef TEXTMAPS_BY_WORDS
 
 // The last `count` of eight characters, less '0' each, and 0 in place of the others.
 std::uint64_t last_digits(const char *text, std::size_t count)

@@ -173,11 +173,12 @@ class TableModel {
         return all;
     }
 
+    // One spelling that stands more than once: in order of iteration.
     std::vector<const Entry *> sorted_entries() const
     {
         std::vector<const Entry *> all = entries();
-        std::sort(all.begin(), all.end(),
-                  [](const Entry *a, const Entry *b) { return a->key < b->key; });
+        std::stable_sort(all.begin(), all.end(),
+                         [](const Entry *a, const Entry *b) { return a->key < b->key; });
         return all;
     }
 

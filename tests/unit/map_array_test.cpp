@@ -7,7 +7,7 @@
 
 namespace {
 
-const std::string untouched(256, '.');
+const std::string no_key_yet(256, '.');
 
 // A key that is formed in the library's own room.
 std::string cut(const std::string &key)
@@ -32,13 +32,13 @@ std::string note_key(const std::string &name)
 }
 
 // What the buffer must hold once it has received the text, cut to its size.
-std::string filled(const std::string &text, std::size_t size = untouched.size())
+std::string key_buffer(const std::string &text, std::size_t size = no_key_yet.size())
 {
     if (size == 0) {
-        return untouched;
+        return no_key_yet;
     }
     const std::string cut_text = text.substr(0, size - 1);
-    return cut_text + '\0' + untouched.substr(cut_text.size() + 1);
+    return cut_text + '\0' + no_key_yet.substr(cut_text.size() + 1);
 }
 
 std::vector<std::string> names()
@@ -85,7 +85,7 @@ class MapArrayTest : public MapTest {
         return keys;
     }
 
-    std::string buffer = untouched;
+    std::string buffer = no_key_yet;
 };
 
 using Names = std::vector<std::string>;
@@ -258,9 +258,9 @@ TEST_F(MapArrayGetKey, GivesTheKeyOfAnIndexBelowTheCount)
 {
     for (const int index : {0, 1, 2, 9, 10, 12345, INT_MAX - 1}) {
         for (const int count : {index + 1, INT_MAX}) {
-            buffer = untouched;
+            buffer = no_key_yet;
             expect_unchanged(0, [&] { return get_key(&map, "dns", index, count); });
-            EXPECT_EQ(buffer, filled("dns:" + std::to_string(index)));
+            EXPECT_EQ(buffer, key_buffer("dns:" + std::to_string(index)));
         }
     }
 }
@@ -271,7 +271,7 @@ TEST_F(MapArrayGetKey, RefusesAnIndexNotBelowTheCount)
     EXPECT_EQ(get_key(&map, "dns", 4, 3), EINVAL);
     EXPECT_EQ(get_key(&map, "dns", 0, 0), EINVAL);
     EXPECT_EQ(get_key(&map, "dns", INT_MAX, INT_MAX), EINVAL);
-    EXPECT_EQ(buffer, untouched);
+    EXPECT_EQ(buffer, no_key_yet);
 }
 
 TEST_F(MapArrayGetKey, RefusesANegativeIndexBeforeItReadsTheCount)
@@ -281,18 +281,18 @@ TEST_F(MapArrayGetKey, RefusesANegativeIndexBeforeItReadsTheCount)
         EXPECT_EQ(get_key(&map, "dns", index, -1), EINVAL);
         EXPECT_EQ(get_key(&map, "dns", index, 3), EINVAL);
     }
-    EXPECT_EQ(buffer, untouched);
+    EXPECT_EQ(buffer, no_key_yet);
 }
 
 TEST_F(MapArrayGetKey, ReadsTheCountIfItIsGivenANegativeOne)
 {
     set_count("dns", 3);
     for (const int count : {-1, -100, INT_MIN}) {
-        buffer = untouched;
+        buffer = no_key_yet;
         expect_unchanged(EINVAL, [&] { return get_key(&map, "dns", 3, count); });
-        EXPECT_EQ(buffer, untouched);
+        EXPECT_EQ(buffer, no_key_yet);
         expect_unchanged(0, [&] { return get_key(&map, "dns", 2, count); });
-        EXPECT_EQ(buffer, filled("dns:2"));
+        EXPECT_EQ(buffer, key_buffer("dns:2"));
     }
 }
 
@@ -303,7 +303,7 @@ TEST_F(MapArrayGetKey, RefusesEveryIndexIfTheStoredCountIsNegative)
         EXPECT_EQ(get_key(&map, "dns", 0, -1), EINVAL);
         EXPECT_EQ(get_key(&map, "dns", INT_MAX, -1), EINVAL);
     }
-    EXPECT_EQ(buffer, untouched);
+    EXPECT_EQ(buffer, no_key_yet);
 }
 
 TEST_F(MapArrayGetKey, PassesOnThatTheCountCannotBeRead)
@@ -316,13 +316,13 @@ TEST_F(MapArrayGetKey, PassesOnThatTheCountCannotBeRead)
     const map_t released = released_map();
     EXPECT_EQ(get_key(&released, "dns", 0, -1), EINVAL);
     EXPECT_EQ(get_key(nullptr, "dns", 0, -1), EINVAL);
-    EXPECT_EQ(buffer, untouched);
+    EXPECT_EQ(buffer, no_key_yet);
 }
 
 TEST_F(MapArrayGetKey, NeedsNoMapIfItIsGivenTheCount)
 {
     EXPECT_EQ(get_key(nullptr, "dns", 1, 2), 0);
-    EXPECT_EQ(buffer, filled("dns:1"));
+    EXPECT_EQ(buffer, key_buffer("dns:1"));
     const map_t released = released_map();
     EXPECT_EQ(get_key(&released, "dns", 0, 2), 0);
     EXPECT_EQ(buffer.substr(0, 6), "dns:0\0"s);
@@ -332,22 +332,22 @@ TEST_F(MapArrayGetKey, TakesTheGivenCountForTheStoredOne)
 {
     set_count("dns", 1);
     EXPECT_EQ(get_key(&map, "dns", 5, 6), 0);
-    EXPECT_EQ(buffer, filled("dns:5"));
+    EXPECT_EQ(buffer, key_buffer("dns:5"));
 }
 
 TEST_F(MapArrayGetKey, CutsTheKeyToTheBufferAndWritesNoFurtherForEverySize)
 {
     for (uint32_t size = 0; size <= 20; ++size) {
-        buffer = untouched;
+        buffer = no_key_yet;
         EXPECT_EQ(map_array_get_key(&map, "dns", 12, buffer.data(), size, 13), 0);
-        EXPECT_EQ(buffer, filled("dns:12", size)) << size;
+        EXPECT_EQ(buffer, key_buffer("dns:12", size)) << size;
     }
 }
 
 TEST_F(MapArrayGetKey, TakesTheGreatestSize)
 {
     EXPECT_EQ(map_array_get_key(&map, "dns", 12, buffer.data(), UINT32_MAX, 13), 0);
-    EXPECT_EQ(buffer, filled("dns:12"));
+    EXPECT_EQ(buffer, key_buffer("dns:12"));
 }
 
 TEST_F(MapArrayGetKey, CutsNoNameShortOfTheBuffer)
@@ -363,9 +363,9 @@ TEST_F(MapArrayGetKey, CutsNoNameShortOfTheBuffer)
 TEST_F(MapArrayGetKey, GivesTheKeyThatAPopErasesInABufferOf128Bytes)
 {
     for (const std::string &name : names()) {
-        buffer = untouched;
+        buffer = no_key_yet;
         EXPECT_EQ(map_array_get_key(&map, name.c_str(), 7, buffer.data(), 128, 8), 0);
-        EXPECT_EQ(buffer, filled(element_key(name, 7))) << name;
+        EXPECT_EQ(buffer, key_buffer(element_key(name, 7))) << name;
     }
 }
 
@@ -375,7 +375,7 @@ TEST_F(MapArrayGetKey, ReadsTheCountOfACutName)
     set_count(name, 1);
     EXPECT_EQ(get_key(&map, name.c_str(), 1, -1), EINVAL);
     EXPECT_EQ(get_key(&map, name.c_str(), 0, -1), 0);
-    EXPECT_EQ(buffer, filled(name + ":0"));
+    EXPECT_EQ(buffer, key_buffer(name + ":0"));
 }
 
 TEST_F(MapArrayGetKey, TakesNoBufferIfItsSizeIsZero)
@@ -396,7 +396,7 @@ TEST_F(MapArrayGetKey, RefusesNullForTheName)
     EXPECT_EQ(get_key(&map, nullptr, 0, 1), EINVAL);
     EXPECT_EQ(get_key(&map, nullptr, 0, -1), EINVAL);
     EXPECT_EQ(map_array_get_key(&map, nullptr, 0, nullptr, 0, 1), EINVAL);
-    EXPECT_EQ(buffer, untouched);
+    EXPECT_EQ(buffer, no_key_yet);
 }
 
 TEST_F(MapArrayGetKey, AllocatesNothing)
@@ -411,7 +411,7 @@ TEST_F(MapArrayGetKey, TakesANameThatLiesInTheMap)
 {
     set_count("7", 7);
     EXPECT_EQ(get_key(&map, stored_text(map, "7:max"), 6, -1), 0);
-    EXPECT_EQ(buffer, filled("7:6"));
+    EXPECT_EQ(buffer, key_buffer("7:6"));
 }
 
 class MapArrayAppend : public MapArrayTest {
@@ -443,7 +443,7 @@ TEST_F(MapArrayAppend, GivesTheKeyBehindTheLastAndLeavesTheCountAlone)
 {
     ASSERT_EQ(map_array_init(&map, "dns"), 0);
     EXPECT_EQ(append("dns"), 0);
-    EXPECT_EQ(buffer, filled("dns:0"));
+    EXPECT_EQ(buffer, key_buffer("dns:0"));
     expect_count(0, "dns");
 }
 
@@ -451,15 +451,15 @@ TEST_F(MapArrayAppend, GivesTheSameKeyUntilTheCountIsRaised)
 {
     ASSERT_EQ(map_array_init(&map, "dns"), 0);
     for (int i = 0; i < 2; ++i) {
-        buffer = untouched;
+        buffer = no_key_yet;
         EXPECT_EQ(append("dns"), 0);
-        EXPECT_EQ(buffer, filled("dns:0"));
+        EXPECT_EQ(buffer, key_buffer("dns:0"));
         expect_count(0, "dns");
     }
     set_count("dns", 1);
-    buffer = untouched;
+    buffer = no_key_yet;
     EXPECT_EQ(append("dns"), 0);
-    EXPECT_EQ(buffer, filled("dns:1"));
+    EXPECT_EQ(buffer, key_buffer("dns:1"));
 }
 
 TEST_F(MapArrayAppend, BuildsAList)
@@ -545,7 +545,7 @@ TEST_F(MapArrayAppend, PassesOnThatTheCountCannotBeRead)
         ASSERT_EQ(replace(map, "dns:max", text), 0);
         expect_unchanged(ERANGE, [this] { return append("dns"); });
     }
-    EXPECT_EQ(buffer, untouched);
+    EXPECT_EQ(buffer, no_key_yet);
 }
 
 TEST_F(MapArrayAppend, RefusesNullForMapOrName)
@@ -554,14 +554,14 @@ TEST_F(MapArrayAppend, RefusesNullForMapOrName)
     expect_unchanged(EINVAL, [this] { return append(nullptr, "dns"); });
     expect_unchanged(EINVAL, [this] { return append(&map, nullptr); });
     expect_unchanged(EINVAL, [this] { return append(nullptr, nullptr); });
-    EXPECT_EQ(buffer, untouched);
+    EXPECT_EQ(buffer, no_key_yet);
 }
 
 TEST_F(MapArrayAppend, RefusesAReleasedMap)
 {
     map_t released = released_map();
     EXPECT_EQ(append(&released, "dns"), EINVAL);
-    EXPECT_EQ(buffer, untouched);
+    EXPECT_EQ(buffer, no_key_yet);
 }
 
 TEST_F(MapArrayAppend, RefusesNullForABufferWithASize)
@@ -582,9 +582,9 @@ TEST_F(MapArrayAppend, CutsTheKeyToTheBufferAndWritesNoFurtherForEverySize)
 {
     set_count("dns", 12);
     for (uint32_t size = 0; size <= 20; ++size) {
-        buffer = untouched;
+        buffer = no_key_yet;
         EXPECT_EQ(map_array_append(&map, "dns", buffer.data(), size), 0);
-        EXPECT_EQ(buffer, filled("dns:12", size)) << size;
+        EXPECT_EQ(buffer, key_buffer("dns:12", size)) << size;
     }
 }
 
@@ -605,10 +605,10 @@ TEST_F(MapArrayAppend, RefusesANegativeCountAndLeavesItAlone)
 {
     for (const int stored : {-1, -2, INT_MIN}) {
         set_count("dns", stored);
-        buffer = untouched;
+        buffer = no_key_yet;
         EXPECT_EQ(append("dns"), EINVAL);
         expect_count(stored, "dns");
-        EXPECT_EQ(buffer, filled("dns"));
+        EXPECT_EQ(buffer, key_buffer("dns"));
     }
 }
 
@@ -625,9 +625,9 @@ TEST_F(MapArrayAppend, RefusesACountThatCannotBeRaised)
     EXPECT_EQ(append("dns"), EINVAL);
     expect_count(INT_MAX, "dns");
     set_count("dns", INT_MAX - 1);
-    buffer = untouched;
+    buffer = no_key_yet;
     EXPECT_EQ(append("dns"), 0);
-    EXPECT_EQ(buffer, filled("dns:2147483646"));
+    EXPECT_EQ(buffer, key_buffer("dns:2147483646"));
 }
 
 TEST_F(MapArrayAppend, IsRefusedAtTheKeyLimit)
@@ -666,11 +666,11 @@ TEST_F(MapArrayAppend, LeavesThreeCharactersOfTheCountsKeyIfStoringFails)
         ASSERT_EQ(map_array_init(&map, name.c_str()), 0);
         const std::string beginning = (name + ":max").substr(0, 3);
         for (uint32_t size = 0; size <= buffer.size(); ++size) {
-            buffer = untouched;
+            buffer = no_key_yet;
             const allocations::Failure failure(0);
             ASSERT_EQ(map_array_append(&map, name.c_str(), buffer.data(), size), ENOMEM);
-            ASSERT_EQ(buffer.substr(0, 4), filled(beginning, size).substr(0, 4)) << size;
-            ASSERT_EQ(buffer.substr(size), untouched.substr(size)) << size;
+            ASSERT_EQ(buffer.substr(0, 4), key_buffer(beginning, size).substr(0, 4)) << size;
+            ASSERT_EQ(buffer.substr(size), no_key_yet.substr(size)) << size;
         }
         ASSERT_EQ(map_clear(&map), 0);
     }
@@ -680,10 +680,10 @@ TEST_F(MapArrayAppend, WritesNothingBehindThemIfStoringFails)
 {
     ASSERT_EQ(map_array_init(&map, "dns"), 0);
     for (uint32_t size = 0; size <= 20; ++size) {
-        buffer = untouched;
+        buffer = no_key_yet;
         const allocations::Failure failure(0);
         EXPECT_EQ(map_array_append(&map, "dns", buffer.data(), size), ENOMEM);
-        ASSERT_EQ(buffer, filled("dns", size)) << size;
+        ASSERT_EQ(buffer, key_buffer("dns", size)) << size;
     }
 }
 
@@ -692,7 +692,7 @@ TEST_F(MapArrayAppend, TakesANameThatLiesInTheValueThatItReplaces)
     make_array("dns", 2);
     ASSERT_EQ(map_insert_str(&map, "dns:max+1", "dns"), 0);
     EXPECT_EQ(append(&map, stored_text(map, "dns:max+1")), 0);
-    EXPECT_EQ(buffer, filled("dns:2"));
+    EXPECT_EQ(buffer, key_buffer("dns:2"));
     EXPECT_EQ(value_of(map, "dns:max+1"), "3\0"s);
 }
 
@@ -703,16 +703,16 @@ TEST_F(MapArrayAppend, TakesANameOf126CharactersThatLiesInTheValueThatItReplaces
     set_count(name, 2);
     ASSERT_EQ(map_insert_str(&map, note.c_str(), name.c_str()), 0);
     EXPECT_EQ(append(&map, stored_text(map, note.c_str())), 0);
-    EXPECT_EQ(buffer, filled(name + ":2"));
+    EXPECT_EQ(buffer, key_buffer(name + ":2"));
 }
 
 TEST_F(MapArrayAppend, TakesANameThatLiesInTheKeyThatItReplaces)
 {
     make_array("1", 2);
     ASSERT_EQ(append("1"), 0);
-    buffer = untouched;
+    buffer = no_key_yet;
     EXPECT_EQ(append(&map, stored_key(map, "1:max+1") + std::strlen("1:max+")), 0);
-    EXPECT_EQ(buffer, filled("1:2"));
+    EXPECT_EQ(buffer, key_buffer("1:2"));
     EXPECT_EQ(value_of(map, "1:max+1"), "3\0"s);
 }
 

@@ -1,0 +1,167 @@
+#include "map_fixture.hpp"
+
+#include "map_internal.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <random>
+
+namespace {
+
+using Keys = std::vector<std::string>;
+
+class Sort : public MapTest {
+  protected:
+    // The keys are given to the sort in this order.
+    void expect_sorted(const Keys &keys)
+    {
+        ASSERT_EQ(map_sethashfunc(&map, hash_all_to_zero), 0);
+        for (const std::string &key : keys) {
+            ASSERT_EQ(insert(map, key.c_str(), "v"), 0);
+        }
+        Keys in_order = keys;
+        std::sort(in_order.begin(), in_order.end());
+        map_sort_item_t *items = nullptr;
+        int32_t count = 0;
+        ASSERT_EQ(_map_sort(&map, &items, &count), 0);
+        ASSERT_EQ(static_cast<std::size_t>(count), keys.size());
+        for (std::size_t i = 0; i < in_order.size(); ++i) {
+            ASSERT_EQ(items[i].key, in_order[i]) << i;
+            ASSERT_EQ(keys.at(static_cast<std::size_t>(items[i].index)), in_order[i]) << i;
+        }
+        std::free(items);
+        ASSERT_EQ(map_clear(&map), 0);
+    }
+};
+
+uint32_t hash_of_case(const void *, const char *key)
+{
+    uint32_t hash = 0;
+    for (; *key != '\0'; ++key) {
+        hash = hash << 1 | (*key >= 'a' ? 1 : 0);
+    }
+    return hash;
+}
+
+// Distinct, of the lengths and characters given.
+Keys random_keys(std::size_t count, std::size_t longest, const std::string &of,
+                 std::mt19937 &random)
+{
+    Keys keys;
+    while (keys.size() < count) {
+        std::string key(random() % (longest + 1), '\0');
+        for (char &character : key) {
+            character = of[random() % of.size()];
+        }
+        if (std::find(keys.begin(), keys.end(), key) == keys.end()) {
+            keys.push_back(key);
+        }
+    }
+    return keys;
+}
+
+} // namespace
+
+TEST_F(Sort, GoesByTheBytesOfTheKeysAlone)
+{
+    Keys keys = {"", "B", "a", "aB", "aa", "a\x7f", "a\x80", "b", "\x80", "\xff"};
+    for (std::size_t i = 0; i < keys.size(); ++i) {
+        expect_sorted(keys);
+        std::rotate(keys.begin(), keys.begin() + 1, keys.end());
+    }
+    std::reverse(keys.begin(), keys.end());
+    expect_sorted(keys);
+}
+
+TEST_F(Sort, OrdersAnyNumberOfKeysOfAnyBytes)
+{
+    std::string any;
+    for (int byte = 1; byte <= 255; ++byte) {
+        any += static_cast<char>(byte);
+    }
+    std::mt19937 random(1);
+    for (std::size_t count = 0; count <= 80; ++count) {
+        SCOPED_TRACE(count);
+        expect_sorted(random_keys(count, 20, any, random));
+        expect_sorted(random_keys(count, 60, "ab", random));
+        expect_sorted(random_keys(count, 9, "\x01\xff", random));
+    }
+    expect_sorted(random_keys(1000, 40, "Ab\x80", random));
+}
+
+TEST_F(Sort, OrdersKeysHoweverLongTheyBeginAlike)
+{
+    for (std::size_t length = 0; length <= 34; ++length) {
+        SCOPED_TRACE(length);
+        const std::string alike(length, '\xff');
+        Keys keys;
+        for (const char *end : {"", "A", "a", "b", "\x80", "\xff"}) {
+            for (const char *last : {"", "x", "\xff"}) {
+                keys.push_back(alike + end + last);
+            }
+        }
+        std::sort(keys.begin(), keys.end());
+        keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
+        std::shuffle(keys.begin(), keys.end(), std::mt19937(1));
+        expect_sorted(keys);
+    }
+}
+
+TEST_F(Sort, OrdersLongKeysThatDifferAtTheirEndsAlone)
+{
+    Keys keys;
+    for (char end = 'A'; end <= 'Z'; ++end) {
+        keys.push_back(std::string(5000, 'k') + end);
+    }
+    std::shuffle(keys.begin(), keys.end(), std::mt19937(1));
+    expect_sorted(keys);
+}
+
+// Each of them divides most unevenly for some choice of what to divide by.
+TEST_F(Sort, OrdersKeysWhateverTheirOrderBefore)
+{
+    Keys ascending;
+    for (char first = 'a'; first <= 'z'; ++first) {
+        for (char second = 'a'; second <= 'z'; ++second) {
+            ascending.push_back({first, second});
+        }
+    }
+    expect_sorted(ascending);
+    expect_sorted({ascending.rbegin(), ascending.rend()});
+    Keys outwards;
+    for (std::size_t i = 0; i < ascending.size(); ++i) {
+        outwards.insert(i % 2 == 0 ? outwards.end() : outwards.begin(), ascending[i]);
+    }
+    expect_sorted(outwards);
+    expect_sorted({outwards.rbegin(), outwards.rend()});
+    std::rotate(ascending.begin(), ascending.begin() + 1, ascending.end());
+    std::iter_swap(ascending.begin(), ascending.begin() + ascending.size() / 2);
+    expect_sorted(ascending);
+}
+
+// A hash function that does not fold case keeps spellings of a key apart; fewer buckets bring them
+// together again, and replacing gives each of them the new spelling in turn.
+TEST_F(Sort, ListsASpellingAsOftenAsItStandsAndInOrderOfItsPositions)
+{
+    ASSERT_EQ(map_setcasekeys(&map, 1), 0);
+    ASSERT_EQ(map_sethashfunc(&map, hash_of_case), 0);
+    const std::string spellings[] = {"abcd", "abcD", "abCd", "abCD", "aBcd", "aBcD",
+                                     "aBCd", "aBCD", "Abcd", "AbcD", "AbCd", "AbCD"};
+    for (const std::string &spelling : spellings) {
+        ASSERT_EQ(insert(map, spelling.c_str(), "v"), 0);
+    }
+    ASSERT_EQ(map_sethashsize(&map, 1), 0);
+    for (std::size_t i = 0; i < std::size(spellings); ++i) {
+        ASSERT_EQ(map_replace(&map, "abcd", "v", 1), 0);
+    }
+    map_sort_item_t *items = nullptr;
+    int32_t count = 0;
+    ASSERT_EQ(_map_sort(&map, &items, &count), 0);
+    ASSERT_EQ(count, 12);
+    for (int32_t i = 0; i < count; ++i) {
+        EXPECT_STREQ(items[i].key, "abcd");
+        EXPECT_EQ(items[i].key, map_key_name(&map, i));
+        EXPECT_EQ(items[i].index, i);
+    }
+    std::free(items);
+}
