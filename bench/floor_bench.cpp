@@ -2,16 +2,15 @@
 // and frees with no table at all; for look-ups, the hash and one dependent load for each cache line
 // that must be touched.
 //
-// The bare table: what a table of this layout can hardly save when it is changed. To the floor it adds the
-// hash, the bucket and the links, but looks for nothing and compares nothing: keys are known to be new,
-// and the places of entries are known beforehand.
+// The bare table: what a table of this layout can hardly save. For changes it adds to the floor the hash,
+// the bucket and the links, but looks for nothing and compares nothing: keys are known to be new, and the
+// places of entries are known beforehand.
 #include "benchmarks.hpp"
 #include "maps/textmaps_map.hpp"
 #include "measure.hpp"
 
 #include "map_internal.h"
-#include "table/chain.hpp"
-#include "table/hash.hpp"
+#include "table/table.hpp"
 
 #include <functional>
 #include <unordered_map>
@@ -199,11 +198,15 @@ class open_map {
     }
     const void *first_for(const char *key) const
     {
+        return first_for(textmaps::builtin_hash(key));
+    }
+    const void *first_for(const textmaps::measured &key) const
+    {
         return bucket_for(key)->first;
     }
     map_bucket_t *bucket_for(const char *key) const
     {
-        return &map_.buckets[textmaps::builtin_hash(key).hash & (map_.hashsize - 1)];
+        return bucket_for(textmaps::builtin_hash(key));
     }
     map_entry_t *entry(const char *key) const
     {
@@ -221,6 +224,10 @@ class open_map {
     }
 
   private:
+    map_bucket_t *bucket_for(const textmaps::measured &key) const
+    {
+        return &map_.buckets[key.hash & (map_.hashsize - 1)];
+    }
     template <class Record>
     static textmaps::links &links_of(Record *record)
     {
@@ -229,6 +236,14 @@ class open_map {
 
     map_t map_;
 };
+
+std::uint32_t stamp_in(const map_entry_t *entry)
+{
+    std::uint32_t stamp;
+    std::memcpy(&stamp, reinterpret_cast<const char *>(entry) + textmaps::stamp_offset,
+                sizeof stamp);
+    return stamp;
+}
 
 std::unique_ptr<open_map> filled(std::size_t count, std::size_t expected)
 {
@@ -308,6 +323,33 @@ void miss(benchmark::State &state, std::size_t count)
             for (; entry != nullptr; entry = entry->next) {
                 benchmark::DoNotOptimize(entry->valuesz);
             }
+        }
+    });
+}
+
+// The bucket, and of the entries up to that of the key the stamps, which alone decide.
+void bare_hit_in_chain(benchmark::State &state, std::size_t count)
+{
+    const auto map = filled(count, default_buckets);
+    const key_list keys = in_many_orders(key_list(items(count), chain_sample));
+    const auto found = [&](const char *key) {
+        const textmaps::measured of = textmaps::builtin_hash(key);
+        const std::uint32_t stamp = textmaps::stamp_of(of);
+        auto *entry = static_cast<const map_entry_t *>(map->first_for(of));
+        while (stamp_in(entry) != stamp) {
+            entry = entry->next;
+        }
+        return entry;
+    };
+    for (const char *key : keys) {
+        if (found(key) != map->entry(key)) {
+            state.SkipWithError("two keys have the same stamp");
+            return;
+        }
+    }
+    time_reading(state, keys.size(), [&] {
+        for (const char *key : keys) {
+            benchmark::DoNotOptimize(found(key)->value);
         }
     });
 }
@@ -430,6 +472,7 @@ void add_floor_benchmarks()
     }
     for (const std::size_t count : long_chains) {
         add_benchmark("hit-32-buckets", floor_name, count, chain_passes, hit_in_chain);
+        add_benchmark("hit-32-buckets", bare_name, count, chain_passes, bare_hit_in_chain);
     }
     add_benchmark("dump", bare_name, dump_size, 1, bare_dump);
 }

@@ -26,7 +26,7 @@ BOUNDS = {
     "hit": FLOOR,
     "miss": FLOOR,
     "erase": BARE,
-    "hit-32-buckets": FLOOR,
+    "hit-32-buckets": BARE,
     "dump": BARE,
     "copy": BARE,
     "write-uint32": NO_TEXT,
