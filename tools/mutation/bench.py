@@ -176,11 +176,11 @@ class Tests:
         return 2 + int(4 * sum(self.seconds.get((program, test), 0) for test in tests))
 
     def first_failure(self, copy, file):
-        """Of any test on the copy's library, the quick ones first. Where a file is broken, the tests that
+        """Of any test on the copy's library, the quick ones first. Where a file is broken, those of them that
         failed when it was broken in other ways come before all others."""
         earlier = self.failures.setdefault(file, Counter())
-        likely = {known for known, _ in earlier.most_common(40)} if file else set()
         slow = {known for known, seconds in self.seconds.items() if seconds > 0.02}
+        likely = {known for known, _ in earlier.most_common(40)} - slow if file else set()
         quick = set(self.seconds) - slow
         for group in (likely, quick, slow):
             for program in PROGRAMS:
