@@ -308,7 +308,7 @@ const char *arraymap_key_name(const arraymap_t *map, int32_t ordinal)
 
 int _arraymap_sort(const arraymap_t *map, arraymap_sort_item_t **items, int32_t *count)
 {
-    return sort_keys(table_of(as_lists(map)), reinterpret_cast<sort_item **>(items), count);
+    return sort_keys(table_of(as_lists(map)), reinterpret_cast<sort_items *>(items), count);
 }
 
 void arraymap_print(const arraymap_t *map, arraymap_print_fn fn, void *context)

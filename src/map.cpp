@@ -342,7 +342,7 @@ const char *map_key_name(const map_t *map, int32_t index)
 
 int _map_sort(const map_t *map, map_sort_item_t **items, int32_t *count)
 {
-    return sort_keys(table_of(map), reinterpret_cast<sort_item **>(items), count);
+    return sort_keys(table_of(map), reinterpret_cast<sort_items *>(items), count);
 }
 
 void map_print(const map_t *map, map_print_fn fn, void *context)

@@ -256,7 +256,7 @@ const char *multimap_key_name(const multimap_t *map, int32_t ordinal)
 
 int _multimap_sort(const multimap_t *map, multimap_sort_item_t **items, int32_t *count)
 {
-    return sort_keys(table_of(as_lists(map)), reinterpret_cast<sort_item **>(items), count);
+    return sort_keys(table_of(as_lists(map)), reinterpret_cast<sort_items *>(items), count);
 }
 
 void multimap_print(const multimap_t *map, multimap_print_fn fn, void *context)

@@ -24,25 +24,13 @@ std::uintptr_t word_of(const char *text)
     return word;
 }
 
-// Whether it is the earlier of two nodes of a chain.
-bool stands_before(const links &node, const links &other)
-{
-    const links *at = &node;
-    while (at != nullptr && at != &other) {
-        at = at->next;
-    }
-    return at != nullptr;
-}
-
-// Of items whose keys are alike up to `from`, and whose words begin there: byte order. One spelling
-// stands twice where a hash function that does not fold case has let it: then in order of the chain.
+// Of items whose keys are alike up to `from`, and whose words begin there: byte order.
 int _sort_compare(table in, const sortable &a, const sortable &b, std::size_t from)
 {
     if (a.word != b.word) {
         return a.word < b.word ? -1 : 1;
     }
-    const int order = std::strcmp(in.key(*a.node) + from, in.key(*b.node) + from);
-    return order != 0 ? order : stands_before(*a.node, *b.node) ? -1 : 1;
+    return std::strcmp(in.key(*a.node) + from, in.key(*b.node) + from);
 }
 
 // Number by number, since what has just been written so cannot be read as a whole without a delay.
@@ -95,8 +83,8 @@ std::size_t part(sortable *items, std::size_t count, std::uintptr_t least, std::
 }
 
 // Of Bentley and Sedgewick (1997), a word at a time: the keys are alike up to `from`. After an uneven
-// division the range of the words is halved, so that no keys make the time quadratic. Calls are nested
-// no deeper than the number of items has bits.
+// division the range of the words is halved, so that no keys take more than some steps for each of their
+// bits. Calls are nested no deeper than the number of items has bits.
 void multikey_quicksort(table in, sortable *items, std::size_t count, std::size_t from)
 {
     constexpr std::size_t few = 8;
@@ -111,7 +99,7 @@ void multikey_quicksort(table in, sortable *items, std::size_t count, std::size_
             // The pivot is the least, and those that have it go on alike: what follows decides.
             first = part(items, count, pivot, 1);
             if ((pivot & 0xFF) == 0) {
-                insertion_sort(in, items, first, from);
+                // They end here: one spelling, however often it stands.
                 items += first;
                 count -= first;
                 continue;
@@ -153,7 +141,7 @@ sortable *sorted(table in)
     return items;
 }
 
-int sort_keys(table in, sort_item **items, std::int32_t *count)
+int sort_keys(table in, sort_items *items, std::int32_t *count)
 {
     if (items == nullptr || count == nullptr) {
         return EINVAL;
@@ -162,18 +150,20 @@ int sort_keys(table in, sort_item **items, std::int32_t *count)
     if (list == nullptr) {
         return ENOMEM;
     }
+    // Positions take the place of the words. Those of one spelling ascend: it stands more than once where
+    // a hash function that does not fold case has let it.
+    constexpr std::uintptr_t none = UINTPTR_MAX;
     sortable *const end = list + in.numkeys();
-    std::uint32_t ordinal = 0;
+    for (sortable *item = list; item != end; ++item) {
+        item->word = none;
+    }
+    std::uintptr_t ordinal = 0;
     for (const links &node : nodes(in)) {
-        // The first of its spelling, which may stand more than once.
-        sortable *item =
-            std::lower_bound(list, end, in.key(node), [in](const sortable &a, const char *key) {
-                return std::strcmp(in.key(*a.node), key) < 0;
-            });
-        while (item->node != &node) {
-            ++item;
-        }
-        item->word = ordinal;
+        const auto is_before = [in](const sortable &item, const char *key) {
+            const int order = std::strcmp(in.key(*item.node), key);
+            return order < 0 || (order == 0 && item.word != none);
+        };
+        *std::lower_bound(list, end, in.key(node), is_before) = {&node, ordinal};
         ++ordinal;
     }
     *items = reinterpret_cast<sort_item *>(list);

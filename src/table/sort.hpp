@@ -22,8 +22,11 @@ struct [[gnu::may_alias]] sort_item {
     std::int32_t ordinal;
 };
 
+// A family's pointer to its sort items.
+using sort_items [[gnu::may_alias]] = sort_item *;
+
 // The keys and their positions, sorted: 0, with an array that the caller frees and its length; 22 if
 // an output is null; 12.
-int sort_keys(table in, sort_item **items, std::int32_t *count);
+int sort_keys(table in, sort_items *items, std::int32_t *count);
 
 } // namespace textmaps

@@ -151,6 +151,29 @@ TEST_F(Sort, OrdersKeysWhateverTheirOrderBefore)
     expect_sorted(ascending);
 }
 
+// Either part may be the smaller one, and the one that goes on alike may be either.
+TEST_F(Sort, OrdersPartsThatBeginAlikeEachFromWhereItsKeysDiffer)
+{
+    std::mt19937 random(1);
+    for (const char common : {'a', 'b', '\x80', '\xff'}) {
+        for (const auto &[of_least, of_most] : {std::pair{12, 12}, {12, 40}, {40, 12}, {40, 40}}) {
+            for (std::size_t alike = 6; alike <= 18; ++alike) {
+                SCOPED_TRACE(alike);
+                const std::string begin(alike, common);
+                Keys keys;
+                for (int i = 0; i < of_least; ++i) {
+                    keys.push_back(begin + static_cast<char>('!' + i) + "and its end");
+                }
+                for (int i = 0; i < of_most; ++i) {
+                    keys.push_back('\xff' + begin + static_cast<char>('!' + i) + "and its end");
+                }
+                std::shuffle(keys.begin(), keys.end(), random);
+                expect_sorted(keys);
+            }
+        }
+    }
+}
+
 // A hash function that does not fold case keeps spellings of a key apart; fewer buckets bring them
 // together again, and replacing gives each of them the new spelling in turn.
 TEST_F(Sort, ListsASpellingAsOftenAsItStandsAndInOrderOfItsPositions)
