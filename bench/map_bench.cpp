@@ -50,22 +50,28 @@ void look_up(benchmark::State &state, const Map &map, const key_list &of)
 
 // From nothing to a full table, its sizing included.
 template <class Map>
-void fill(benchmark::State &state, std::size_t count)
+void fill(benchmark::State &state, std::size_t count, std::size_t expected)
 {
     const auto list = items(count);
     time_changes(
         state, count, [] { return std::unique_ptr<Map>(); },
         [=](std::unique_ptr<Map> &map) {
-            map = std::make_unique<Map>(list.size());
+            map = std::make_unique<Map>(expected);
             insert_all(*map, list);
         });
 }
 
 template <class Map, class Use>
-void change(benchmark::State &state, std::size_t count, Use use)
+void change(benchmark::State &state, std::size_t count, std::size_t expected, Use use)
 {
     time_changes(
-        state, count, [=] { return filled<Map>(count); }, use);
+        state, count, [=] { return filled<Map>(count, expected); }, use);
+}
+
+template <class Map, class Use>
+void change(benchmark::State &state, std::size_t count, Use use)
+{
+    change<Map>(state, count, count, use);
 }
 
 // Replaces all values in shuffled order, by values of equal length or with `added` behind them.
@@ -90,10 +96,10 @@ void replace(benchmark::State &state, std::size_t count, const std::string &adde
 }
 
 template <class Map>
-void erase(benchmark::State &state, std::size_t count)
+void erase(benchmark::State &state, std::size_t count, std::size_t expected)
 {
     key_orders orders(present_keys(count));
-    change<Map>(state, count, [&](std::unique_ptr<Map> &map) {
+    change<Map>(state, count, expected, [&](std::unique_ptr<Map> &map) {
         for (const char *key : orders.next()) {
             map->erase(key);
         }
@@ -158,7 +164,8 @@ void add_map()
 {
     const std::string name = Map::name;
     for (const std::size_t count : map_sizes) {
-        add_benchmark("fill", name, count, fill<Map>);
+        add_benchmark("fill", name, count,
+                      [](benchmark::State &state, std::size_t n) { fill<Map>(state, n, n); });
         add_benchmark("hit", name, count, [](benchmark::State &state, std::size_t n) {
             look_up(state, *filled<Map>(n), present_keys(n));
         });
@@ -170,7 +177,8 @@ void add_map()
         add_benchmark("replace-other", name, count, [](benchmark::State &state, std::size_t n) {
             replace<Map>(state, n, " or other");
         });
-        add_benchmark("erase", name, count, erase<Map>);
+        add_benchmark("erase", name, count,
+                      [](benchmark::State &state, std::size_t n) { erase<Map>(state, n, n); });
         add_benchmark("iterate", name, count, iterate<Map>);
         add_benchmark("clear", name, count, [](benchmark::State &state, std::size_t n) {
             change<Map>(state, n, [](std::unique_ptr<Map> &map) { map->clear(); });
@@ -182,19 +190,41 @@ void add_map()
         add_benchmark("equal", name, count, equal<Map>);
         add_benchmark("memory", name, count, 1, weigh<Map>);
     }
-    add_benchmark("dump", name, dump_size, 1, dump<Map>);
 }
 
-// Look-ups in the default table, of a sample of its keys.
+template <class Map>
+void add_dumps(std::size_t most)
+{
+    for (const std::size_t count : map_sizes) {
+        if (count <= most) {
+            add_benchmark("dump", Map::name, count, dump_passes, dump<Map>);
+        }
+    }
+}
+
+// The default table; look-ups of a sample of its keys, and of as many that it does not have.
 template <class Map>
 void add_long_chains()
 {
+    const std::string name = Map::name;
+    const auto full = [](std::size_t count) {
+        return filled<Map>(count, default_buckets);
+    };
     for (const std::size_t count : long_chains) {
-        add_benchmark("hit-32-buckets", Map::name, count, chain_passes,
-                      [](benchmark::State &state, std::size_t n) {
-                          look_up(state, *filled<Map>(n, default_buckets),
-                                  key_list(items(n), chain_sample));
+        add_benchmark(
+            "fill-32-buckets", name, count, 1,
+            [](benchmark::State &state, std::size_t n) { fill<Map>(state, n, default_buckets); });
+        add_benchmark("hit-32-buckets", name, count, chain_passes,
+                      [=](benchmark::State &state, std::size_t n) {
+                          look_up(state, *full(n), key_list(items(n), chain_sample));
                       });
+        add_benchmark("miss-32-buckets", name, count, chain_passes,
+                      [=](benchmark::State &state, std::size_t n) {
+                          look_up(state, *full(n), key_list(items(2 * n).subspan(n), chain_sample));
+                      });
+        add_benchmark(
+            "erase-32-buckets", name, count, 1,
+            [](benchmark::State &state, std::size_t n) { erase<Map>(state, n, default_buckets); });
     }
 }
 
@@ -269,6 +299,9 @@ void add_maps()
 {
     (check_entries<Maps>(), ...);
     (add_map<Maps>(), ...);
+    // A plain one looks each key up from the beginning of the table: more keys would take minutes.
+    constexpr std::size_t most_of_plain = 10'000;
+    (add_dumps<Maps>(std::is_same_v<Maps, plain_map> ? most_of_plain : SIZE_MAX), ...);
 }
 
 } // namespace
