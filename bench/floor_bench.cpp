@@ -307,7 +307,8 @@ void hit_in_chain(benchmark::State &state, std::size_t count)
     std::vector<std::size_t> distances;
     for (const char *key : keys) {
         std::size_t links = 0;
-        for (const auto *entry = first_for(key); entry != map->entry(key); entry = entry->next) {
+        const map_entry_t *const last = map->entry(key);
+        for (const auto *entry = first_for(key); entry != last; entry = entry->next) {
             ++links;
         }
         distances.push_back(links);
