@@ -174,6 +174,24 @@ TEST_F(Sort, OrdersPartsThatBeginAlikeEachFromWhereItsKeysDiffer)
     }
 }
 
+TEST_F(Sort, KeepsGroupsApartWhoseBeginningsAreNeighbours)
+{
+    std::mt19937 random(1);
+    for (std::size_t alike = 0; alike <= 8; ++alike) {
+        SCOPED_TRACE(alike);
+        Keys keys;
+        for (const char last : {'a', 'b'}) {
+            for (char end = 'A'; end <= 'T'; ++end) {
+                keys.push_back(std::string(alike, 'k') + last + end);
+            }
+        }
+        for (int order = 0; order < 8; ++order) {
+            std::shuffle(keys.begin(), keys.end(), random);
+            expect_sorted(keys);
+        }
+    }
+}
+
 // A hash function that does not fold case keeps spellings of a key apart; fewer buckets bring them
 // together again, and replacing gives each of them the new spelling in turn.
 TEST_F(Sort, ListsASpellingAsOftenAsItStandsAndInOrderOfItsPositions)
