@@ -483,6 +483,7 @@ void add_floor_benchmarks()
         });
         add_benchmark("erase", bare_name, count, bare_erase);
         add_benchmark("copy", bare_name, count, bare_copy);
+        add_benchmark("dump", bare_name, count, dump_passes, bare_dump);
     }
     for (const std::size_t count : long_chains) {
         add_benchmark("hit-32-buckets", floor_name, count, chain_passes, hit_in_chain);
@@ -491,9 +492,6 @@ void add_floor_benchmarks()
                           bare_hit(state, *filled(n, default_buckets),
                                    key_list(items(n), chain_sample));
                       });
-    }
-    for (const std::size_t count : map_sizes) {
-        add_benchmark("dump", bare_name, count, dump_passes, bare_dump);
     }
 }
 

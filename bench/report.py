@@ -20,7 +20,7 @@ BARE = "bare-table"
 
 NO_TEXT = "no-text"
 
-# What the map's time can hardly go below, by operation: for look-ups, the floor has the table in it.
+# What the map's time can hardly go below, by operation: of a miss, the floor has all that a table reads.
 BOUNDS = {
     "fill": BARE,
     "hit": BARE,

@@ -62,6 +62,7 @@ void print_sorted(table in, rendering as, print_fn print, void *context)
         }
         return;
     }
+    // Sorted, nodes lie anywhere in memory: each is asked for some lines before its own.
     constexpr std::ptrdiff_t ahead = 8;
     const sortable *const end = list + in.numkeys();
     for (const sortable *item = list; item != end; ++item) {

@@ -87,6 +87,7 @@ std::size_t part(sortable *items, std::size_t count, std::uintptr_t least, std::
 // bits. Calls are nested no deeper than the number of items has bits.
 void multikey_quicksort(table in, sortable *items, std::size_t count, std::size_t from)
 {
+    // So few are sorted sooner by insertion.
     constexpr std::size_t few = 8;
     bool uneven = false;
     while (count > few) {

@@ -7,7 +7,7 @@
 
 namespace textmaps {
 
-// A node, and what sorting goes by: some of its key's bytes.
+// A node, and a word that sorting keeps beside it, of no meaning to others.
 struct [[gnu::may_alias]] sortable {
     const links *node;
     std::uintptr_t word;

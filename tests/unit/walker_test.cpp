@@ -329,7 +329,7 @@ uint32_t hash_and_set_casekeys(const void *container, const char *)
 
 class WalkedCalls : public MapTest {
   protected:
-    // That a hash function turns case off is no reason for a call to hide keys.
+    // That a hash function sets `casekeys` is no reason for a call to hide keys.
     void expect_reported_where_a_hash_function_sets_casekeys()
     {
         ASSERT_EQ(map_sethashfunc(&map, hash_and_set_casekeys<1>), 0);
