@@ -224,10 +224,9 @@ key_list absent_keys(std::size_t count)
 
 key_list in_many_orders(const key_list &keys)
 {
-    constexpr std::size_t enough = 20'000;
     std::vector<const char *> order(keys.begin(), keys.end());
     std::vector<const char *> all;
-    for (std::uint32_t seed = 0; all.size() < enough; ++seed) {
+    for (std::uint32_t seed = 0; all.size() < keys_of_many_orders; ++seed) {
         shuffle(order, seed);
         all.insert(all.end(), order.begin(), order.end());
     }

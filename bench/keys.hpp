@@ -65,8 +65,9 @@ key_list present_keys(std::size_t count);
 // As many keys that are not among them, from further on in the list.
 key_list absent_keys(std::size_t count);
 
-// All keys in one order after another, 20,000 or more altogether. The same few in the same order again
+// All keys in one order after another, so many or more altogether. The same few in the same order again
 // and again, the processor would soon know by heart, and no branch would cost what it costs a program.
+constexpr std::size_t keys_of_many_orders = 20'000;
 key_list in_many_orders(const key_list &keys);
 
 // The same for passes of which each goes through all keys once.

@@ -248,17 +248,17 @@ void look_up(benchmark::State &state, std::size_t count)
 {
     constexpr std::uint32_t position = 2;
     const auto lists = filled<Lists>(count);
-    std::vector<std::size_t> order;
+    const auto list = items(count);
+    std::unordered_map<std::string_view, std::string_view> value_of;
     for (std::size_t i = 0; i < count; ++i) {
-        order.push_back(i);
+        value_of.emplace(list[i].key, value_at(list, i + position));
     }
-    shuffle(order);
-    const key_list keys = present_keys(count);
+    const key_list keys = in_many_orders(present_keys(count));
     std::vector<std::string_view> values;
-    for (const std::size_t i : order) {
-        values.push_back(value_at(items(count), i + position));
+    for (const char *key : keys) {
+        values.push_back(value_of.at(key));
     }
-    time_reading(state, count, [&] {
+    time_reading(state, keys.size(), [&] {
         bool found = true;
         auto value = values.begin();
         for (const char *key : keys) {
@@ -273,11 +273,11 @@ void look_up(benchmark::State &state, std::size_t count)
 template <class Lists>
 void erase(benchmark::State &state, std::size_t count)
 {
-    const key_list keys = present_keys(count);
+    key_orders orders(present_keys(count));
     time_changes(
         state, count, [=] { return filled<Lists>(count); },
         [&](std::unique_ptr<Lists> &lists) {
-            for (const char *key : keys) {
+            for (const char *key : orders.next()) {
                 lists->erase(key);
             }
         });
@@ -323,7 +323,7 @@ void add_family(const std::string &family)
                 state, n, [] { return std::unique_ptr<Lists>(); },
                 [=](std::unique_ptr<Lists> &lists) { lists = filled<Lists>(n); });
         });
-        add("look-up", count, look_up<Lists>);
+        add_look_up(family + "-look-up", Lists::name, count, look_up<Lists>);
         add("erase", count, erase<Lists>);
         add("iterate", count, iterate<Lists>);
         add("destroy", count, [](benchmark::State &state, std::size_t n) {

@@ -1,6 +1,8 @@
 // How a pass over many keys is timed.
 #pragma once
 
+#include "keys.hpp"
+
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -119,6 +121,16 @@ void add_benchmark(const std::string &operation, const std::string &candidate, s
 {
     const std::size_t keys = count * tables_for(count);
     add_benchmark(operation, candidate, count, std::max<std::size_t>(1, keys_in_a_run / keys),
+                  body);
+}
+
+// For bodies that look up keys in many orders.
+template <class Body>
+void add_look_up(const std::string &operation, const std::string &candidate, std::size_t count,
+                 Body body)
+{
+    const std::size_t keys = std::max(count, keys_of_many_orders);
+    add_benchmark(operation, candidate, count, std::max<std::size_t>(1, 2 * keys_in_a_run / keys),
                   body);
 }
 

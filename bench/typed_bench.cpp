@@ -17,14 +17,13 @@ namespace bench {
 
 namespace {
 
-constexpr std::size_t sizes[] = {1'000, 10'000, 100'000};
-constexpr std::size_t row_size = sizes[0];
+constexpr std::size_t row_size = 1'000;
 
-// Of every length.
-std::uint64_t number(std::size_t i)
+// Of every length, up to so many bits.
+std::uint64_t number(std::size_t i, unsigned most_bits)
 {
     const std::uint64_t bits = (i + 1) * 0x9E3779B97F4A7C15U;
-    return bits >> (bits % 64);
+    return bits >> (64 - most_bits + bits % most_bits);
 }
 
 class textmaps_store {
@@ -204,8 +203,8 @@ void add_uint32(std::size_t count)
 {
     add_row<Store, std::uint32_t>(
         "uint32",
-        values<std::uint32_t>(count,
-                              [](std::size_t i) { return static_cast<std::uint32_t>(number(i)); }),
+        values<std::uint32_t>(
+            count, [](std::size_t i) { return static_cast<std::uint32_t>(number(i, 32)); }),
         [](Store &store, const char *key, std::uint32_t value) { store.write(key, value); },
         [](Store &store, const char *key, std::uint32_t *out) { store.read(key, out); });
 }
@@ -223,9 +222,10 @@ void add_uint32_without_text(std::size_t count)
 {
     add_row<textless_store, const void *>(
         "uint32",
-        values<std::string>(
-            count,
-            [](std::size_t i) { return std::to_string(static_cast<std::uint32_t>(number(i))); }),
+        values<std::string>(count,
+                            [](std::size_t i) {
+                                return std::to_string(static_cast<std::uint32_t>(number(i, 32)));
+                            }),
         [](textless_store &store, const char *key, const std::string &text) {
             map_replace(store.map(), key, text.c_str(),
                         static_cast<std::uint32_t>(text.size()) + 1);
@@ -252,10 +252,10 @@ void add_map_row(const char *row, int (*replace)(map_t *, const char *, Argument
 
 template <class Argument, class Output>
 void add_number(const char *row, int (*replace)(map_t *, const char *, Argument),
-                int (*get)(const map_t *, const char *, Output *), std::uint64_t mask = UINT64_MAX)
+                int (*get)(const map_t *, const char *, Output *), unsigned most_bits)
 {
     const auto list = values<Argument>(
-        row_size, [=](std::size_t i) { return static_cast<Argument>(number(i) & mask); });
+        row_size, [=](std::size_t i) { return static_cast<Argument>(number(i, most_bits)); });
     add_map_row(row, replace, get, list, [](Argument value) { return value; });
 }
 
@@ -270,7 +270,7 @@ void add_address(const char *row, int (*replace)(map_t *, const char *, const Re
 macaddr_t make_macaddr(std::size_t i)
 {
     macaddr_t address;
-    const std::uint64_t bits = number(i);
+    const std::uint64_t bits = number(i, 64);
     std::memcpy(address.octets, &bits, sizeof address.octets);
     return address;
 }
@@ -280,7 +280,7 @@ ipaddr_t make_ipaddr(std::size_t i)
 {
     ipaddr_t address{};
     address.version = i % 2 == 0 ? 4 : 6;
-    const std::uint64_t bits = number(i);
+    const std::uint64_t bits = number(i, 64);
     std::memcpy(address.bytes, &bits, sizeof bits);
     return address;
 }
@@ -307,24 +307,24 @@ int replace_formatted(map_t *map, const char *key, unsigned int number)
 
 void add_rows()
 {
-    add_number("uint64", map_replace_uint64, map_get_uint64);
-    add_number("int64", map_replace_int64, map_get_int64);
-    add_number("int32", map_replace_int32, map_get_int32);
-    add_number("time", map_replace_time, map_get_time);
-    add_number("uint16", map_replace_uint16, map_get_uint16, UINT16_MAX);
-    add_number("int16", map_replace_int16, map_get_int16, INT16_MAX);
-    add_number("uint8", map_replace_uint8, map_get_uint8, UINT8_MAX);
-    add_number("int8", map_replace_int8, map_get_int8, INT8_MAX);
+    add_number("uint64", map_replace_uint64, map_get_uint64, 64);
+    add_number("int64", map_replace_int64, map_get_int64, 63);
+    add_number("int32", map_replace_int32, map_get_int32, 31);
+    add_number("time", map_replace_time, map_get_time, 31);
+    add_number("uint16", map_replace_uint16, map_get_uint16, 16);
+    add_number("int16", map_replace_int16, map_get_int16, 15);
+    add_number("uint8", map_replace_uint8, map_get_uint8, 8);
+    add_number("int8", map_replace_int8, map_get_int8, 7);
     add_number("bool", map_replace_bool, map_get_bool, 1);
-    add_number("uint", map_replace_uint, map_get_uint);
-    add_number("int", map_replace_int, map_get_int);
-    add_number("uchar", map_replace_uchar, map_get_uchar, UINT8_MAX);
-    add_number("char", map_replace_char, map_get_char, INT8_MAX);
+    add_number("uint", map_replace_uint, map_get_uint, 32);
+    add_number("int", map_replace_int, map_get_int, 31);
+    add_number("uchar", map_replace_uchar, map_get_uchar, 8);
+    add_number("char", map_replace_char, map_get_char, 7);
     add_map_row(
         "str", map_replace_str, copy_text,
         values<const char *>(row_size, [](std::size_t i) { return items(row_size)[i].value; }),
         [](const char *value) { return value; });
-    add_number("fmt", replace_formatted, copy_text);
+    add_number("fmt", replace_formatted, copy_text, 32);
     add_address("macaddr", map_replace_macaddr, map_get_macaddr, make_macaddr);
     add_address("ipaddr", map_replace_ipaddr, map_get_ipaddr, make_ipaddr);
     add_address("cidr", map_replace_cidr, map_get_cidr, make_cidr);
@@ -334,7 +334,7 @@ void add_rows()
 
 void add_typed_benchmarks()
 {
-    for (const std::size_t count : sizes) {
+    for (const std::size_t count : map_sizes) {
         add_uint32<textmaps_store>(count);
         add_uint32_without_text(count);
         add_uint32<plain_store>(count);
