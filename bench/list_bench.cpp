@@ -15,7 +15,6 @@ namespace bench {
 
 namespace {
 
-constexpr std::size_t sizes[] = {1'000, 10'000, 100'000};
 constexpr std::uint32_t values_of_key = 4;
 
 // Lists under measurement have insert(key, value), look_up(key, position, value), by content in a
@@ -317,7 +316,7 @@ void add_family(const std::string &family)
     const auto add = [&](const char *operation, std::size_t count, auto body) {
         add_benchmark(family + '-' + operation, Lists::name, count, body);
     };
-    for (const std::size_t count : sizes) {
+    for (const std::size_t count : map_sizes) {
         add("fill", count, [](benchmark::State &state, std::size_t n) {
             time_changes(
                 state, n, [] { return std::unique_ptr<Lists>(); },
