@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <pthread.h>
 #include <random>
 
 namespace {
@@ -53,6 +54,34 @@ uint32_t hash_of_case(const void *, const char *key)
         hash = hash << 1 | (*key >= 'a' ? 1 : 0);
     }
     return hash;
+}
+
+// Of the keys of a map, in a thread that has no stack but what it must.
+std::vector<std::string> sorted_on_a_small_stack(const map_t &map)
+{
+    struct Sorting {
+        const map_t &map;
+        map_sort_item_t *items = nullptr;
+        int32_t count = 0;
+    } sorting{map};
+    const auto sort = [](void *context) -> void * {
+        auto &of = *static_cast<Sorting *>(context);
+        EXPECT_EQ(_map_sort(&of.map, &of.items, &of.count), 0);
+        return nullptr;
+    };
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    EXPECT_EQ(pthread_attr_setstacksize(&attributes, 64 * 1024), 0);
+    pthread_t thread{};
+    EXPECT_EQ(pthread_create(&thread, &attributes, sort, &sorting), 0);
+    pthread_join(thread, nullptr);
+    pthread_attr_destroy(&attributes);
+    Keys keys;
+    for (int32_t i = 0; i < sorting.count; ++i) {
+        keys.emplace_back(sorting.items[i].key);
+    }
+    std::free(sorting.items);
+    return keys;
 }
 
 // Distinct, of the lengths and characters given.
@@ -171,6 +200,23 @@ TEST_F(Sort, OrdersPartsThatBeginAlikeEachFromWhereItsKeysDiffer)
                 expect_sorted(keys);
             }
         }
+    }
+}
+
+// Each key has a part of its own, before those that go on alike or behind them: a call nested for each
+// would fill the stack.
+TEST_F(Sort, NeedsLittleStackHoweverTheKeysDivide)
+{
+    const walker::Pause pause; // Megabytes of keys.
+    for (const char *end : {"", "~"}) {
+        Keys keys;
+        for (std::size_t length = 1; length <= 1200; ++length) {
+            keys.push_back(std::string(length * sizeof(void *), 'k') + end);
+            ASSERT_EQ(insert(map, keys.back().c_str(), "v"), 0);
+        }
+        std::sort(keys.begin(), keys.end());
+        EXPECT_EQ(sorted_on_a_small_stack(map), keys);
+        ASSERT_EQ(map_clear(&map), 0);
     }
 }
 
