@@ -1,10 +1,10 @@
 """Breaks the library in small ways, one at a time, and shows that the tests notice.
 
 Without --bugs: makes every small wrong edit of the sources (or of the FILEs alone) and lists those
-that all tests pass with, also with sanitizers. Each of these must be in
-tests/mutation/equivalent.txt, with the reason why no test can tell it from the original. What an
-earlier run has found out is kept as long as the library's sources stay as they are: only edits
-without a verdict, and those that no test has noticed, are tried.
+that all tests pass with. Each of these must be in tests/mutation/equivalent.txt, with the reason why
+no test can tell it from the original; those that are not there are tried with sanitizers, too. What
+an earlier run has found out is kept as long as the library's sources stay as they are: only edits
+without a verdict, and those neither noticed nor explained, are tried.
 
 With --bugs: tries the named bugs of tests/mutation/bugs.txt, and shows the test that catches each.
 """
@@ -166,30 +166,31 @@ def try_mutants(options, sources):
         picked = random.Random(options.seed).sample(range(len(mutants)), options.sample)
         mutants = [mutants[i] for i in sorted(picked)]
 
-    log = Log(options.work / "log", sources)
-    undecided = [mutant for mutant in mutants if log.of(mutant) in (None, SURVIVED)]
-    for what, flags in (("mutants", ""), ("survivors with sanitizers", sanitizers())):
-        if not undecided:
-            break
-        progress = Progress(what, len(undecided))
-        survivors = []
-
-        def done(mutant, outcome, detail):
-            log.add(mutant, outcome, detail)
-            progress.add(outcome)
-            if outcome == SURVIVED:
-                survivors.append(mutant)
-
-        root = options.work / ("sanitized" if flags else "plain")
-        Bench(PROJECT, root, options.jobs, flags).try_each(undecided, done)
-        undecided = survivors
-
     explained = {
         change._replace(old=kept.squeeze(change.old), new=kept.squeeze(change.new))
         for block in kept.blocks(EQUIVALENT)
         for change in block.changes
         if change.file in chosen
     }
+    log = Log(options.work / "log", sources)
+
+    def is_unexplained(mutant):
+        return log.of(mutant) == SURVIVED and mutant.change not in explained
+
+    undecided = [mutant for mutant in mutants if log.of(mutant) is None or is_unexplained(mutant)]
+    for what, flags in (("mutants", ""), ("survivors with sanitizers", sanitizers())):
+        if not undecided:
+            break
+        progress = Progress(what, len(undecided))
+
+        def done(mutant, outcome, detail):
+            log.add(mutant, outcome, detail)
+            progress.add(outcome)
+
+        root = options.work / ("sanitized" if flags else "plain")
+        Bench(PROJECT, root, options.jobs, flags).try_each(undecided, done)
+        undecided = [mutant for mutant in undecided if is_unexplained(mutant)]
+
     return report(mutants, log, explained, complete=not options.sample)
 
 
