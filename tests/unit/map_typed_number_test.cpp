@@ -611,7 +611,7 @@ TEST_F(MapNumberText, WithAnotherByteInAnyPlaceIsReadAsTheStandardLibraryAndTheR
 {
     for (std::size_t digits = 1; digits <= 20; ++digits) {
         for (std::size_t place = 0; place < digits; ++place) {
-            for (const char other : "\1 +-/:;?@ex\x80\xAF\xB0\xB9\xBA\xFF") {
+            for (const char other : "\1 +-/:;?@ex\x80\xAF\xB0\xB9\xBA\xCF\xFF") {
                 std::string bytes = "98765432109876543210"s.substr(0, digits) + '\0';
                 bytes[place] = other;
                 ASSERT_NO_FATAL_FAILURE(expect_read_as_parsed("key", bytes));
