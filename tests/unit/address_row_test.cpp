@@ -21,6 +21,9 @@ TEST_F(AddressRow, HandsNoNullToAConversion)
     EXPECT_EQ(map_insert_macaddr(&map, "mac", nullptr), EINVAL);
     EXPECT_EQ(map_insert_ipaddr(&map, "ip", nullptr), EINVAL);
     EXPECT_EQ(map_insert_cidr(&map, "cidr", nullptr), EINVAL);
+    EXPECT_LT(map_cmp_macaddr(&map, "mac", nullptr), 0);
+    EXPECT_LT(map_cmp_ipaddr(&map, "ip", nullptr), 0);
+    EXPECT_LT(map_cmp_cidr(&map, "cidr", nullptr), 0);
     EXPECT_EQ(conversions::count(), before);
 }
 
