@@ -186,6 +186,21 @@ TEST_F(ArraymapInitSpecial, OfNoPowerOfTwoIsCopiedOnlyIntoAsManyBuckets)
     EXPECT_EQ(arraymap_destroy(&same), 0);
 }
 
+TEST_F(ArraymapInitSpecial, OfAMillionAndOneHoldsWhatIsMergedIntoIt)
+{
+    for (int number = 0; number < 100; ++number) {
+        fill(map, {{"key number " + std::to_string(number), {"value"}}});
+    }
+    arraymap_t large;
+    ASSERT_EQ(arraymap_init_special(&large, (1U << 20) + 1), 0);
+    ASSERT_EQ(arraymap_merge(&map, &large), 0);
+    for (int number = 0; number < 100; ++number) {
+        EXPECT_EQ(values_of(large, ("key number " + std::to_string(number)).c_str()),
+                  Values{"value"});
+    }
+    EXPECT_EQ(arraymap_destroy(&large), 0);
+}
+
 TEST_F(ArraymapInitSpecial, OfTheGreatestSizeFailsWithoutMemory)
 {
     if (sizeof(std::size_t) == 4) {

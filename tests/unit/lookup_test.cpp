@@ -97,6 +97,15 @@ std::vector<Keys> collisions_of_all_lengths()
         const std::string tail(length, 'k');
         all.push_back({"B0" + tail, "AO" + tail, nothing + "B0" + tail, nothing + "AO" + tail});
     }
+    // Each begins with those behind it.
+    all.emplace_back();
+    for (const unsigned int count : {2500U, 2048U, 2047U, 2046U, 2045U, 8U, 4U, 2U, 1U}) {
+        std::string key;
+        for (unsigned int i = 0; i < count; ++i) {
+            key += nothing;
+        }
+        all.back().push_back(key);
+    }
     for (unsigned int before = 0; before < 26; ++before) {
         for (unsigned int behind = 0; before + behind < 26; ++behind) {
             const std::string head(before, 'k');
