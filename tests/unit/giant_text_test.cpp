@@ -78,6 +78,8 @@ TEST_F(MapGiantText, IsLookedAtOnlyWithMapAndKey)
 {
     expect_unchanged(EINVAL, [&] { return map_insert_str(nullptr, "key", text()); });
     expect_unchanged(EINVAL, [&] { return map_insert_str(&map, nullptr, text()); });
+    expect_unchanged(EINVAL, [&] { return map_replace_str(nullptr, "key", text()); });
+    expect_unchanged(EINVAL, [&] { return map_replace_str(&map, nullptr, text()); });
 }
 
 TEST_F(MapGiantText, ComparesByItsBeginning)
@@ -103,6 +105,18 @@ TEST_F(MultimapGiantText, IsNeitherStoredNorSought)
     EXPECT_EQ(index, 77U);
 }
 
+TEST_F(MultimapGiantText, IsLookedAtOnlyWithMapAndKey)
+{
+    uint32_t index = 77;
+    expect_unchanged(EINVAL, [this] { return multimap_insert_str(nullptr, "key", text()); });
+    expect_unchanged(EINVAL, [this] { return multimap_insert_str(&map, nullptr, text()); });
+    expect_unchanged(EINVAL, [this] { return multimap_delete_str(nullptr, "key", text()); });
+    expect_unchanged(EINVAL, [this] { return multimap_delete_str(&map, nullptr, text()); });
+    expect_unchanged(EINVAL, [&] { return multimap_find_str(nullptr, "key", text(), &index); });
+    expect_unchanged(EINVAL, [&] { return multimap_find_str(&map, nullptr, text(), &index); });
+    EXPECT_EQ(index, 77U);
+}
+
 TEST_F(MultimapGiantText, IsFoundInNoCase)
 {
     fill(map, {{"key", {"mmm", "mm\0"s}}});
@@ -117,4 +131,14 @@ TEST_F(ArraymapGiantText, IsNeitherStoredNorDeleted)
     expect_unchanged(ENOMEM, [this] { return arraymap_insert_str(&map, "new", text()); });
     expect_unchanged(ENOMEM, [this] { return arraymap_replace_str(&map, "key", 0, text()); });
     expect_unchanged(ENOMEM, [this] { return arraymap_delete_str(&map, "key", text()); });
+}
+
+TEST_F(ArraymapGiantText, IsLookedAtOnlyWithMapAndKey)
+{
+    expect_unchanged(EINVAL, [this] { return arraymap_insert_str(nullptr, "key", text()); });
+    expect_unchanged(EINVAL, [this] { return arraymap_insert_str(&map, nullptr, text()); });
+    expect_unchanged(EINVAL, [this] { return arraymap_replace_str(nullptr, "key", 0, text()); });
+    expect_unchanged(EINVAL, [this] { return arraymap_replace_str(&map, nullptr, 0, text()); });
+    expect_unchanged(EINVAL, [this] { return arraymap_delete_str(nullptr, "key", text()); });
+    expect_unchanged(EINVAL, [this] { return arraymap_delete_str(&map, nullptr, text()); });
 }
