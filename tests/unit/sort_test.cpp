@@ -261,3 +261,23 @@ TEST_F(Sort, ListsASpellingAsOftenAsItStandsAndInOrderOfItsPositions)
         expect_sorted_as_they_stand();
     }
 }
+
+// Nothing is read behind their ends, where the others go on.
+TEST_F(Sort, ListsASpellingAsOftenAsItStandsBeforeThoseThatBeginWithIt)
+{
+    ASSERT_EQ(map_setcasekeys(&map, 1), 0);
+    ASSERT_EQ(map_sethashfunc(&map, hash_of_case), 0);
+    const std::string spellings[] = {"abcdefgh", "abcdefgH", "abcdefGh",
+                                     "abcdefGH", "abcdeFgh", "abcdeFgH"};
+    for (const std::string &spelling : spellings) {
+        ASSERT_EQ(insert(map, spelling.c_str(), "v"), 0);
+    }
+    ASSERT_EQ(map_sethashsize(&map, 1), 0);
+    for (std::size_t i = 0; i < std::size(spellings); ++i) {
+        ASSERT_EQ(map_replace(&map, "abcdefgh", "", 0), 0);
+    }
+    for (char end = '1'; end <= '6'; ++end) {
+        ASSERT_EQ(insert(map, ("abcdefgh"s + end).c_str(), "v"), 0);
+    }
+    expect_sorted_as_they_stand();
+}
