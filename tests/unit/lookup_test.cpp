@@ -97,7 +97,7 @@ std::vector<Keys> collisions_of_all_lengths()
         const std::string tail(length, 'k');
         all.push_back({"B0" + tail, "AO" + tail, nothing + "B0" + tail, nothing + "AO" + tail});
     }
-    // Each begins with those behind it.
+    // Each begins with those behind it, and then with those before it.
     all.emplace_back();
     for (const unsigned int count : {2500U, 2048U, 2047U, 2046U, 2045U, 8U, 4U, 2U, 1U}) {
         std::string key;
@@ -106,6 +106,7 @@ std::vector<Keys> collisions_of_all_lengths()
         }
         all.back().push_back(key);
     }
+    all.emplace_back(all.back().rbegin(), all.back().rend());
     for (unsigned int before = 0; before < 26; ++before) {
         for (unsigned int behind = 0; before + behind < 26; ++behind) {
             const std::string head(before, 'k');
