@@ -186,6 +186,7 @@ TEST_F(ArraymapInitSpecial, OfNoPowerOfTwoIsCopiedOnlyIntoAsManyBuckets)
     EXPECT_EQ(arraymap_destroy(&same), 0);
 }
 
+// One bucket more than the bits of the hash that a node may keep can tell.
 TEST_F(ArraymapInitSpecial, OfAMillionAndOneHoldsWhatIsMergedIntoIt)
 {
     for (int number = 0; number < 100; ++number) {

@@ -56,8 +56,8 @@ uint32_t hash_of_case(const void *, const char *key)
     return hash;
 }
 
-// Of the keys of a map, in a thread that has no stack but what it must.
-std::vector<std::string> sorted_on_a_small_stack(const map_t &map)
+// The keys of a map as a thread with a small stack sorts them.
+Keys sorted_on_a_small_stack(const map_t &map)
 {
     struct Sorting {
         const map_t &map;
