@@ -213,11 +213,6 @@ int read_number(const number_form &form, const stored &from, void *out)
     return 0;
 }
 
-// The sizes in bytes of the scratch that conversions are given.
-constexpr std::uint32_t macaddr_scratch = 18;
-constexpr std::uint32_t ipaddr_scratch = 46;
-constexpr std::uint32_t cidr_scratch = 92;
-
 std::uint32_t scratch_of(row_id id)
 {
     return id == id_macaddr ? macaddr_scratch : id == id_ipaddr ? ipaddr_scratch : cidr_scratch;
@@ -254,7 +249,7 @@ void value_text::put_number(row_id id, word value)
     const number_form &form = forms[id];
     const std::uint64_t number = reduce(form, value);
     const bool negative = form.is_signed && number > UINT64_MAX / 2;
-    char *const end = scratch_ + room - 1;
+    char *const end = scratch_ + sizeof scratch_ - 1;
     char *text = put_digits(end, negative ? std::uint64_t{0} - number : number);
     if (negative) {
         *--text = '-';

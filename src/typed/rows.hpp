@@ -81,6 +81,11 @@ inline word word_of(const void *record)
     return reinterpret_cast<word>(record);
 }
 
+// The sizes in bytes of the scratch that conversions are given.
+constexpr std::uint32_t macaddr_scratch = 18;
+constexpr std::uint32_t ipaddr_scratch = 46;
+constexpr std::uint32_t cidr_scratch = 92;
+
 // A value as it is stored: `size` bytes, the NUL counted.
 class value_text {
   public:
@@ -102,13 +107,11 @@ class value_text {
     }
 
   private:
-    static constexpr std::uint32_t room = 92;
-
     void put_number(row_id id, word value);
 
     const char *text_;
     std::uint32_t size_;
-    char scratch_[room];
+    char scratch_[cidr_scratch];
 };
 
 // Reads a stored value into an output of the row's type: 0, or an error with the output untouched.
