@@ -3,10 +3,10 @@
 #include "map_internal.h"
 
 #include <algorithm>
-#include <climits>
+#include <csignal>
 #include <cstdlib>
-#include <pthread.h>
 #include <random>
+#include <sys/mman.h>
 
 namespace {
 
@@ -57,29 +57,47 @@ uint32_t hash_of_case(const void *, const char *key)
     return hash;
 }
 
-// In bytes: some systems give no thread less.
-const std::size_t small_stack = std::max<std::size_t>(64 * 1024, PTHREAD_STACK_MIN);
+// What a map's keys are sorted into, by a signal's handler: it can have a stack of any size.
+struct Sorting {
+    const map_t *map;
+    map_sort_item_t *items;
+    int32_t count;
+    int result;
+} sorting;
 
-// The keys of a map as a thread with a small stack sorts them.
+void sort_in_handler(int)
+{
+    sorting.result = _map_sort(sorting.map, &sorting.items, &sorting.count);
+}
+
+constexpr std::size_t small_stack = 64 * 1024;
+
+// Whoever needs more of it reaches memory that cannot be written.
 Keys sorted_on_a_small_stack(const map_t &map)
 {
-    struct Sorting {
-        const map_t &map;
-        map_sort_item_t *items = nullptr;
-        int32_t count = 0;
-    } sorting{map};
-    const auto sort = [](void *context) -> void * {
-        auto &of = *static_cast<Sorting *>(context);
-        EXPECT_EQ(_map_sort(&of.map, &of.items, &of.count), 0);
-        return nullptr;
-    };
-    pthread_attr_t attributes;
-    pthread_attr_init(&attributes);
-    EXPECT_EQ(pthread_attr_setstacksize(&attributes, small_stack), 0);
-    pthread_t thread{};
-    EXPECT_EQ(pthread_create(&thread, &attributes, sort, &sorting), 0);
-    pthread_join(thread, nullptr);
-    pthread_attr_destroy(&attributes);
+    constexpr std::size_t largest_page = 64 * 1024;
+    void *memory = mmap(nullptr, largest_page + small_stack, PROT_READ | PROT_WRITE,
+                        MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    EXPECT_NE(memory, MAP_FAILED);
+    EXPECT_EQ(mprotect(memory, largest_page, PROT_NONE), 0);
+    stack_t stack{};
+    stack.ss_sp = static_cast<char *>(memory) + largest_page;
+    stack.ss_size = small_stack;
+    stack_t stack_before;
+    EXPECT_EQ(sigaltstack(&stack, &stack_before), 0);
+    struct sigaction action {};
+    action.sa_handler = sort_in_handler;
+    action.sa_flags = SA_ONSTACK;
+    struct sigaction action_before;
+    EXPECT_EQ(sigaction(SIGUSR1, &action, &action_before), 0);
+
+    sorting = {&map, nullptr, 0, -1};
+    EXPECT_EQ(raise(SIGUSR1), 0);
+    EXPECT_EQ(sorting.result, 0);
+
+    sigaction(SIGUSR1, &action_before, nullptr);
+    sigaltstack(&stack_before, nullptr);
+    munmap(memory, largest_page + small_stack);
     Keys keys;
     for (int32_t i = 0; i < sorting.count; ++i) {
         keys.emplace_back(sorting.items[i].key);
@@ -215,7 +233,7 @@ TEST_F(Sort, NeedsLittleStackHoweverTheKeysDivide)
     ASSERT_EQ(map_sethashsize(&map, 4096), 0);
     for (const char *end : {"", "~"}) {
         Keys keys;
-        for (std::size_t length = 1; length <= small_stack / 72; ++length) {
+        for (std::size_t length = 1; length <= 900; ++length) {
             keys.push_back(std::string(length * sizeof(void *), 'k') + end);
             ASSERT_EQ(insert(map, keys.back().c_str(), "v"), 0);
         }
