@@ -283,16 +283,22 @@ inline bool at_key_limit(table in)
     return in.maxkeys() >= 0 && in.numkeys() >= in.maxkeys() - 1;
 }
 
-// Where buckets are visited one after the other: asks for the first node some buckets on before it is
-// needed. Of an empty bucket it asks for the bucket itself: null would cost a walk through the page
-// tables.
-[[gnu::always_inline]] inline void fetch_ahead(table in, std::uint32_t bucket)
+// What is needed some buckets on: the first node, or of an empty bucket the bucket itself, since to ask
+// for null would cost a walk through the page tables.
+inline const links *needed_after(table in, std::uint32_t bucket)
 {
     constexpr std::uint32_t distance = 8;
     const links *later = in.bucket(bucket + distance);
     if (later->next != nullptr) {
         later = later->next;
     }
+    return later;
+}
+
+// Where buckets are visited one after the other.
+[[gnu::always_inline]] inline void fetch_ahead(table in, std::uint32_t bucket)
+{
+    const links *later = needed_after(in, bucket);
     __builtin_prefetch(later);
     fetch_rest(*later);
 }
