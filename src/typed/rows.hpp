@@ -81,7 +81,7 @@ inline word word_of(const void *record)
     return reinterpret_cast<word>(record);
 }
 
-// The sizes in bytes of the scratch that conversions are given.
+// The sizes in bytes of the scratch that conversions are given. The largest has room for any number, too.
 constexpr std::uint32_t macaddr_scratch = 18;
 constexpr std::uint32_t ipaddr_scratch = 46;
 constexpr std::uint32_t cidr_scratch = 92;
